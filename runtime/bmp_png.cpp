@@ -1,0 +1,185 @@
+// BMP to PNG without a compression library.
+#include "runtime/bmp_png.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+uint32_t le(const std::vector<uint8_t>& b, size_t at, int bytes) {
+  uint32_t v = 0;
+  for (int i = bytes - 1; i >= 0; i--) v = (v << 8) | b[at + i];
+  return v;
+}
+
+void put_be(std::vector<uint8_t>& out, uint32_t v) {
+  out.push_back((uint8_t)(v >> 24));
+  out.push_back((uint8_t)(v >> 16));
+  out.push_back((uint8_t)(v >> 8));
+  out.push_back((uint8_t)v);
+}
+
+void chunk(std::vector<uint8_t>& out, const char* type, const std::vector<uint8_t>& data) {
+  put_be(out, (uint32_t)data.size());
+  size_t start = out.size();
+  out.insert(out.end(), type, type + 4);
+  out.insert(out.end(), data.begin(), data.end());
+  put_be(out, bmp_png::crc32(out.data() + start, out.size() - start));
+}
+
+// Position of the lowest set bit and the width of a colour mask.
+void mask_shape(uint32_t m, int* shift, int* bits) {
+  *shift = 0;
+  *bits = 0;
+  if (!m) return;
+  while (!(m & 1)) {
+    m >>= 1;
+    (*shift)++;
+  }
+  while (m & 1) {
+    m >>= 1;
+    (*bits)++;
+  }
+}
+
+uint8_t scale(uint32_t v, int bits) {
+  if (bits <= 0) return 0;
+  if (bits >= 8) return (uint8_t)(v >> (bits - 8));
+  return (uint8_t)((v * 255u) / ((1u << bits) - 1));
+}
+
+}  // namespace
+
+uint32_t bmp_png::crc32(const uint8_t* p, size_t n, uint32_t crc) {
+  static uint32_t table[256];
+  static bool ready = false;
+  if (!ready) {
+    for (uint32_t i = 0; i < 256; i++) {
+      uint32_t c = i;
+      for (int k = 0; k < 8; k++) c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
+      table[i] = c;
+    }
+    ready = true;
+  }
+  crc = ~crc;
+  for (size_t i = 0; i < n; i++) crc = table[(crc ^ p[i]) & 0xFF] ^ (crc >> 8);
+  return ~crc;
+}
+
+bool bmp_png::write_png(const std::string& png, int width, int height,
+                        const std::vector<uint8_t>& rgb) {
+  std::vector<uint8_t> raw;  // filter byte 0 in front of each row
+  size_t row = (size_t)width * 3;
+  raw.reserve((row + 1) * (size_t)height);
+  for (int y = 0; y < height; y++) {
+    raw.push_back(0);
+    raw.insert(raw.end(), rgb.begin() + (long)(row * y), rgb.begin() + (long)(row * (y + 1)));
+  }
+  std::vector<uint8_t> z{0x78, 0x01};
+  uint32_t a = 1, b = 0;
+  for (uint8_t c : raw) {
+    a = (a + c) % 65521;
+    b = (b + a) % 65521;
+  }
+  size_t at = 0;
+  do {
+    size_t n = raw.size() - at;
+    if (n > 65535) n = 65535;
+    bool last = at + n == raw.size();
+    z.push_back(last ? 1 : 0);
+    z.push_back((uint8_t)n);
+    z.push_back((uint8_t)(n >> 8));
+    z.push_back((uint8_t)~n);
+    z.push_back((uint8_t)(~n >> 8));
+    z.insert(z.end(), raw.begin() + (long)at, raw.begin() + (long)(at + n));
+    at += n;
+  } while (at < raw.size());
+  put_be(z, (b << 16) | a);
+
+  std::vector<uint8_t> out{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+  std::vector<uint8_t> ihdr;
+  put_be(ihdr, (uint32_t)width);
+  put_be(ihdr, (uint32_t)height);
+  ihdr.insert(ihdr.end(), {8, 2, 0, 0, 0});
+  chunk(out, "IHDR", ihdr);
+  chunk(out, "IDAT", z);
+  chunk(out, "IEND", {});
+  FILE* f = fopen(png.c_str(), "wbe");
+  if (!f) return false;
+  bool ok = fwrite(out.data(), 1, out.size(), f) == out.size();
+  return fclose(f) == 0 && ok;
+}
+
+bool bmp_png::convert(const std::string& bmp, const std::string& png, std::string* why) {
+  auto fail = [&](const char* text) {
+    if (why) *why = text;
+    return false;
+  };
+  FILE* f = fopen(bmp.c_str(), "rbe");
+  if (!f) return fail("cannot open");
+  std::vector<uint8_t> b;
+  uint8_t buf[65536];
+  size_t n;
+  while ((n = fread(buf, 1, sizeof buf, f)) > 0) b.insert(b.end(), buf, buf + n);
+  fclose(f);
+  if (b.size() < 54 || b[0] != 'B' || b[1] != 'M') return fail("not a BMP picture");
+  uint32_t offset = le(b, 10, 4), dib = le(b, 14, 4);
+  if (dib < 40 || 14 + (size_t)dib > b.size()) return fail("unknown BMP header");
+  int32_t w = (int32_t)le(b, 18, 4), h = (int32_t)le(b, 22, 4);
+  int bpp = (int)le(b, 28, 2);
+  uint32_t comp = le(b, 30, 4), used = le(b, 46, 4);
+  bool top_down = h < 0;
+  if (top_down) h = -h;
+  if (w <= 0 || h <= 0 || w > 40000 || h > 40000 || (int64_t)w * h > 200000000)
+    return fail("picture size out of range");
+  if (comp != 0 && !(comp == 3 && (bpp == 16 || bpp == 32))) return fail("compressed BMP");
+  if (bpp != 1 && bpp != 4 && bpp != 8 && bpp != 16 && bpp != 24 && bpp != 32)
+    return fail("unsupported bits per pixel");
+  uint32_t masks[3] = {0, 0, 0};
+  if (comp == 3) {
+    size_t m = dib >= 52 ? 14 + 40 : 14 + dib;  // masks inside the header or behind it
+    if (m + 12 > b.size()) return fail("truncated BMP");
+    for (int i = 0; i < 3; i++) masks[i] = le(b, m + 4 * i, 4);
+  } else if (bpp == 16) {
+    masks[0] = 0x7C00, masks[1] = 0x03E0, masks[2] = 0x001F;
+  } else if (bpp == 32) {
+    masks[0] = 0xFF0000, masks[1] = 0xFF00, masks[2] = 0xFF;
+  }
+  std::vector<uint8_t> pal;
+  if (bpp <= 8) {
+    uint32_t count = used ? used : (1u << bpp);
+    size_t p = 14 + dib;
+    if (count > 256 || p + 4 * (size_t)count > b.size()) return fail("bad palette");
+    for (uint32_t i = 0; i < count; i++) {
+      pal.push_back(b[p + 4 * i + 2]);
+      pal.push_back(b[p + 4 * i + 1]);
+      pal.push_back(b[p + 4 * i]);
+    }
+  }
+  size_t stride = (((size_t)w * bpp + 31) / 32) * 4;
+  if ((size_t)offset + stride * (size_t)h > b.size()) return fail("truncated BMP");
+  int sh[3], bits[3];
+  for (int i = 0; i < 3; i++) mask_shape(masks[i], &sh[i], &bits[i]);
+  std::vector<uint8_t> rgb((size_t)w * h * 3);
+  for (int y = 0; y < h; y++) {
+    const uint8_t* src = b.data() + offset + stride * (size_t)(top_down ? y : h - 1 - y);
+    uint8_t* dst = rgb.data() + (size_t)y * w * 3;
+    for (int x = 0; x < w; x++, dst += 3) {
+      if (bpp <= 8) {
+        int per = 8 / bpp;
+        unsigned idx = (src[x / per] >> ((per - 1 - x % per) * bpp)) & ((1u << bpp) - 1);
+        if (idx * 3 + 2 >= pal.size()) idx = 0;
+        memcpy(dst, &pal[idx * 3], 3);
+      } else if (bpp == 24) {
+        dst[0] = src[3 * x + 2], dst[1] = src[3 * x + 1], dst[2] = src[3 * x];
+      } else {
+        uint32_t v = bpp == 16 ? (uint32_t)(src[2 * x] | src[2 * x + 1] << 8)
+                               : (uint32_t)(src[4 * x] | src[4 * x + 1] << 8 | src[4 * x + 2] << 16 |
+                                            (uint32_t)src[4 * x + 3] << 24);
+        for (int i = 0; i < 3; i++) dst[i] = scale((v & masks[i]) >> sh[i], bits[i]);
+      }
+    }
+  }
+  if (!write_png(png, w, h, rgb)) return fail("cannot write the PNG file");
+  return true;
+}

@@ -1,0 +1,182 @@
+// The execution tracker: one object, `exut`, that owns the failure report,
+// the error vocabulary and the trace output.  Code that meets a state it
+// cannot go on from appends its words to `exut.msg`, sets `errno` to one of
+// the codes below and calls `exut.throw_error(__LINE__, "<source>")`, which
+// prints the report and throws the report text (a `const char*`).
+#pragma once
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+
+class standard;
+
+// The system's own error codes, carried in `errno` next to the library's.
+namespace err {
+constexpr int ok = 0;
+// Library codes (their names are shadowed by the library's own texts).
+constexpr int no_such_file = 2, argument_list_too_long = 7, exec_format_error = 8,
+              not_an_open_file = 9, not_enough_core = 12, access_to_file_denied = 13,
+              file_already_exists = 17, cross_device_link = 18, no_such_device = 19,
+              no_such_dir = 20, invalid_argument = 22, too_many_open_files = 24,
+              math_argument = 33, result_too_large = 34;
+constexpr int syserror = 500, no_space = 501, not_found = 502, exists = 503,
+              stack_too_deep = 504, no_check_method = 505, no_trace_method = 506,
+              infinite_loop = 507, cannot_create_trace_file = 508, NULL_pointer = 509,
+              not_a_path = 510, such_access_to_file_not_allowed = 511,
+              invalid_file_descriptor = 512, cannot_remove_current_dir = 513,
+              directory_full = 514, seek_failure = 515, hard_IO_failure = 516,
+              sharing_violation = 517, lock_violation = 518, disk_full = 519,
+              end_of_file = 520, unspecified_exception = 521,
+              unspecified_file_exception = 522, unspecified_archive_exception = 523,
+              archive_is_read_only = 524, archive_is_write_only = 525,
+              end_of_archive = 526, archive_bad_index = 527, archive_bad_schema = 528,
+              archive_not_for_such_data = 529, memory_exception = 530,
+              unsupported_exception = 531, OLE_exception = 532, user_exception = 533,
+              resource_allocation_failure = 534, cannot_create_exception = 535,
+              corrupted_data = 536, deleted_again = 537, still_allocated_items = 538,
+              invalid_parameter = 539, no_out_method = 540, path_to_ordinary_file = 541,
+              too_many_error_files = 542, not_yet_created = 543, storage_corrupted = 544,
+              abnormal_termination = 545, floating_point_error = 546,
+              illegal_instruction = 547, segmentation_violation = 548,
+              Ctrl_C_pressed = 549, unknown_signal = 550;
+// Conversation codes.
+constexpr int DMLERR_adv_ack_timeout = 16384, DMLERR_busy = 16385,
+              DMLERR_data_ack_timeout = 16386, DMLERR_dll_not_initialized = 16387,
+              DMLERR_exec_ack_timeout = 16389, DMLERR_invalid_parameter = 16390,
+              DMLERR_memory_error = 16392, DMLERR_not_processed = 16393,
+              DMLERR_no_conv_established = 16394, DMLERR_poke_ack_timeout = 16395,
+              DMLERR_postmsg_failed = 16396, DMLERR_reentrancy = 16397,
+              DMLERR_server_died = 16398, DMLERR_sys_error = 16399,
+              DMLERR_unadv_ack_timeout = 16400, DMLERR_queue_id_not_found = 16401;
+}  // namespace err
+
+// Process-wide state of the tracker.
+extern unsigned call_nr;          // progress counter shown in failure reports
+extern const char* checkpoint;    // what the last checkpoint said
+extern const char* last_LB;       // name of the last tracked block
+extern int show_from;             // trace text only while call_nr is above this
+extern const char* program_name;  // argv[0]
+extern int showComm;              // echo commands and file operations
+extern int traceMe;               // dump engine trees
+extern int testMe;                // anchor count and link check after a build
+
+class ExecUt {
+ public:
+  static constexpr int maxdepth = 100;
+  static constexpr int msg_size = 6000;
+  static constexpr int ring_size = 20000;
+
+  struct Entry {
+    const char* name = "";
+    const char* file = "";
+    int line = 0;
+    unsigned call_nr = 0;
+    const char* text = "";
+    int err = 0;
+    int word = 0;
+  };
+
+  explicit ExecUt(const char* name);
+  virtual ~ExecUt();
+  ExecUt(const ExecUt&) = delete;
+  ExecUt& operator=(const ExecUt&) = delete;
+
+  // Reports the failure and throws the report text; never returns.
+  [[noreturn]] void throw_error(int line, const char* file);
+  // As throw_error, but records the stack and ends with exit(1).
+  [[noreturn]] void fatal(int line, const char* file);
+  // Counts and prints a reported line; the run goes on.
+  void ERROR(const char* text);
+  void set_errno(int code, int line, const char* file);
+  const char* err_name(int code);
+  virtual void stop(int rc);
+  [[noreturn]] void stop_with(int code);
+
+  void LB_(const char* name, const char* file, int line);
+  void LE_(int line);
+
+  void show_str(const char* name, const char* text);
+  void show_int(const char* name, long value);
+  void show_x(const char* text);
+  void show_ptr(const char* name, const void* p);
+  void show_float(const char* name, double value);
+  void show_mem(const char* name, const void* start, int length);
+  void show_obj(const char* name, standard& obj);
+  void trace_text(const char* text);
+  void trace_from(FILE* stream, char mode);
+  void stack_dump();
+
+  // Heap bookkeeping of instrumented builds.
+  void add_sto(const void* ptr, int line, const char* file);
+  void rem_sto(const void* ptr);
+  void show_heap(const char* file, int line);
+  void check_heap(bool report);
+
+  // Name of a trace file: trace_base + extension (".err", ".sto", ".ste").
+  const char* trace_file_name(char* out, const char* extension);
+
+  // Appends formatted text to the message (bounded by the buffer).
+  void add(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  // Appends formatted text and raises the failure.
+  [[noreturn]] void fail(int line, const char* file, const char* format, ...)
+      __attribute__((format(printf, 4, 5)));
+  // The whole report text: header "\n\nerror --> " followed by the message.
+  const char* report() const { return header; }
+  int msg_len() const;
+  void clear_msg() { msg[0] = 0; }
+  bool alive() const { return !no_exut; }
+  // Undoes what a failure left behind (for callers that survive a throw).
+  void reset_after_failure();
+
+  char* msg;
+  char app[6];
+  int errors = 0;
+  FILE* mirror_file;
+  FILE* trace_file;
+  int trace_on = 0;
+  int mirror_on = 0;
+  int dumping = 0;
+  char trace_base[600];
+  char trace_name[600];
+  int stopped = 1;
+  int no_exut = 1;
+  int saved_errno = 0;
+  int last_err = 0;
+  unsigned at = maxdepth;
+  unsigned deepest = maxdepth;
+  int exit_clean = 1;
+  int show_at = 2147483647;
+  long next_xtrace = 100, xtrace_step = 100;
+  Entry stack[maxdepth + 2];
+
+ private:
+  void ring_put(const char* text);
+  void no_exut_exit(int line, const char* file);
+  char header[12 + msg_size + 64];
+  char show_buf[6400];
+  char ring[ring_size];
+  char* ring_at;
+  char unknown_code[64];
+  struct HeapItem {
+    const void* ptr;
+    int line;
+    const char* file;
+  };
+  struct HeapBlock {
+    HeapItem items[400];
+    HeapBlock* older;
+  };
+  HeapBlock* heap = nullptr;
+  int heap_i = -1;
+};
+
+extern ExecUt exut;
+
+// Text operations used everywhere. A null `s` is a failure with errno 509.
+bool starts_with(const char* s, const char* prefix);
+bool starts_with_nocase(const char* s, const char* prefix);
+int replace_char(char* s, char from, char to);
+
+// Shorthand for the failure pattern: append a text and raise.
+#define FAIL_AT(file, ...) exut.fail(__LINE__, file, __VA_ARGS__)

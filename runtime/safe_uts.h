@@ -1,0 +1,298 @@
+// The toolbox of the system: text operations on NUL-terminated character
+// arrays, and every file, folder, environment, clock and process access.
+// No other class calls fopen, stat, system, getenv or time directly: all of
+// it goes through the one object `safe_ut`, so a failure is reported once,
+// with the current folder and the words of the system.
+#pragma once
+
+#include <cstdarg>
+#include <cstdio>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "runtime/exec_ut.h"
+
+class rBuffer;
+
+class safe_uts {
+ public:
+  static constexpr int maxopenfiles_default = 20;
+
+  safe_uts();
+  ~safe_uts();
+  safe_uts(const safe_uts&) = delete;
+  safe_uts& operator=(const safe_uts&) = delete;
+
+  // ---------------------------------------------------------------- chars
+  static int umlaut_code(int c);
+  static bool is_letter(int c);
+  static bool is_alnum(int c);
+  static bool is_name_char(int c);
+  static bool is_name_char_or(int c, const char* extra);
+  static bool is_key_char(int c);
+  static bool is_quote(int c);
+  static bool in_range(int c, int low, int high);
+
+  // ------------------------------------------------------ search, compare
+  const char* char_in(int c, const char* s);
+  char* char_in(int c, char* s) { return const_cast<char*>(char_in(c, (const char*)s)); }
+  const char* str_in(const char* needle, const char* hay);
+  char* str_in(const char* needle, char* hay) {
+    return const_cast<char*>(str_in(needle, (const char*)hay));
+  }
+  const char* str_in_nocase(const char* needle, const char* hay);
+  const char* str_in_to(const char* needle, const char* hay, int stop);
+  bool same_prefix(const char* a, const char* b);
+  int common_prefix_len(const char* a, const char* b);
+  int common_prefix_len_a(const char* a, const char* b);  // stops only at end of a
+  int longest_substring_from_start(const char* a, const char* b);
+  int longest_common_substring(const char* a, const char* b);
+  bool ends_with(const char* s, const char* tail);
+  const char* last_char_pos(const char* s, int c);
+  const char* last_str_pos(const char* s, const char* t);
+  const char* behind_last(const char* s, const char* t);
+  const char* file_part(const char* s);
+  bool all_name_chars(const char* s);
+  bool all_name_or_blank(const char* s);
+  int count_char(const char* s, int c, int stop);
+  int cmp_back(const char* a, const char* b, int n);
+  bool selected(const char* sel, const char* s);
+  int words_in(const char* s, const char* t, bool caps_only);
+
+  // --------------------------------------------------- changing in place
+  static int to_upper_char(int c);
+  static int to_lower_char(int c);
+  void to_upper(char* s);
+  void to_lower(char* s);
+  void to_upper_n(char* s, int n);
+  void to_lower_n(char* s, int n);
+  char* copy_upper(char* out, const char* s);
+  char* copy_lower(char* out, const char* s);
+  void cut_tail(char* s, int c);
+  void cut_tail_keep1(char* s, int c);
+  int replace_char_any(int c1, int c2, char* s);
+  void one_blank(char* s);
+  char* cut_at(char* s, const char* t);
+  int copy_up_to(char* out, const char* s, const char* t, bool keep);
+  char* replace_all(const char* s, const char* str1, const char* str2, char* out,
+                    char* out_end);
+  char* put_before(char* c, const char* s);
+  int replace_in_file(const char* file, const char* str1, const char* str2);
+  void keep_between(const char* file, const char* str1, const char* str2, const char* out);
+  void java_name(char* s);
+  void camel_name(char* out, const char* s);
+  static unsigned scan_hash(const char* s, const char* stop);
+  int random_char(int low, int high);
+
+  // -------------------------------------------------------------- numbers
+  int atoi(const char* s, const char* file, int line);
+  static unsigned digits_value(const char* s);
+  double parse_decimal(const char* s, int sep);
+  double parse_float(const char* s);
+  static void max_into(int* p, int v) { if (v > *p) *p = v; }
+  static void min_into(int* p, int v) { if (v < *p) *p = v; }
+  static double fabs_(double x) { return x < 0 ? -x : x; }
+  static double max_float(double a, double b) { return a > b ? a : b; }
+  static int max_int(int a, int b) { return a > b ? a : b; }
+
+  // --------------------------------------------------------------- output
+  int Sprintf(char* out, const char* format, ...) __attribute__((format(printf, 3, 4)));
+  char* put(char* out, const char* format, long value);
+  char* put_text(char* out, const char* s);
+
+  // --------------------------------------------------------------- syntax
+  bool in_set(int c, const char* set, const char* at);
+  bool same_text(const char* s, const char* t);
+  void expected(int line, const char* file, const char* at, const char* text);
+  int check_len(int min, int max, const char* s, const char* file, int line);
+  void check_size(char* s, int n, const char* file, int line);
+
+  // ----------------------------------------------------- pointer scanners
+  static void to_char(char** p, int c);
+  static int to_set(char** p, const char* set);
+  static void to_char_trim(char** p, int c);
+  static void to_char_blank(char** p, int c, int b);
+  static void skip_fields(char** p, int offset, int n);
+  static void to_end_of_line_trim(const char* start, char** p, int c);
+
+  // -------------------------------------------- C-family source skipping
+  void skip_comment(char** s);
+  void skip_blank_comments(char** p);
+  static bool odd_backslashes(const char* p);
+  static int odd_backslashes_from(const char* p, const char* first_non_backslash);
+  void skip_string(char** p, const char* end);
+  void skip_char_literal(char** p, const char* end);
+  void skip_strict_string(char** p, const char* end);
+  void skip_brackets(char** p, int open, int close);
+  void skip_brackets_to(char** p, int open, int close, const char* end);
+  void skip_cout(char** s, const char* end);
+  int next_word_end(char** p, const char* set);
+
+  // --------------------------------------------------------------- showing
+  void show_text(const char* name, const char* p, int n);
+  void otpos(int line, const char* text);
+  void show_around(const char* name, const char* start, const char* p, int n);
+  void ascii_diff(const char* a, const char* s1, const char* b, const char* s2, int n);
+  void az_bar(FILE* f, const char* key, const char* prefix, bool small = false);
+  void az_anchors(FILE* f, int from, int to, const char* key);
+
+  // ---------------------------------------------------------- date, time
+  // The one clock: SOURCE_DATE_EPOCH when set (dates then in UTC), else time().
+  static time_t now();
+  static bool fixed_clock();
+  static struct tm local(time_t t);
+  const char* date_time(int level);
+  const char* date_time_us(int level);
+  const char* stamp();
+  const char* today();
+  const char* today_de();
+  const char* file_date_str(const char* name);
+  char* file_date(const char* name, char* out, int level);
+  void date_us(char* s);
+  void date_ymd(char* s);
+
+  // --------------------------------------------------------- environment
+  // An environment variable by its exact name, else by a case-insensitive
+  // match (names are case-blind where the program came from); null if unset.
+  static const char* env_lookup(const char* name);
+  void expand_env(char* out, const char* s);
+  std::string expand_env(const char* s);
+  const char* getenv_ok(const char* name);
+  int value_after(char* out, const char* text, const char* key);
+  char* append_path(char* dir, const char* sub);
+  void env_set(const char* name, const char* value);
+  void env_read(const char* file);
+  const char* env_value(const char* file, const char* name);
+
+  // ------------------------------------------------------ what a thing is
+  char ok_is_a(const char* name);
+  bool exists(const char* name);
+  long ok_file_len(const char* name);
+  long ok_file_Surr(const char* name);
+  time_t file_time(const char* name);
+  long file_size(const char* name);
+  int can_write(const char* name);
+  // The real spelling of a user-named file: the exact name, else a unique
+  // case-insensitive match in its folder, else the name as given.
+  std::string real_name(const char* name);
+
+  // ---------------------------------------------------- open, close, I/O
+  FILE* open_FILE(const char* name, const char* mode);
+  FILE* create(const char* name);
+  FILE* create_in(const char* dir, const char* name);
+  FILE* create_deep(const char* name);
+  FILE* open_append(const char* name);
+  void close_FILE(FILE** f, const char* file, int line);
+  void close_fd(int* fd, const char* file, int line);
+  int open_fd(const char* name, int mode, int kind);
+  long pos(int fd);
+  long len(int fd);
+  long FILE_len(FILE* f);
+  long FILE_pos(FILE* f);
+  void seek(FILE* f, long pos, int from);
+  void write_at(int fd, long base, long nr, int size, const void* data);
+  void read_at(int fd, long base, long nr, int size, void* data);
+  int read_fd(int fd, void* data, int n);
+  int read_FILE(FILE* f, void* data, int n);
+  void write_FILE(FILE* f, const void* data, long n);
+  void write_fd(int fd, const void* data, long n);
+  void copy_range(const char* to, const char* from, long offset, long len);
+  void copy_tail(const char* to, FILE* f, long pos, const char* from);
+  // Reads a whole file (text mode: CR LF folded, Ctrl-Z ends) into a string.
+  std::string read_text(const char* name);
+  void write_text(const char* name, const std::string& text);
+  void remove_file(const char* name);
+  void rename_file(const char* from, const char* to);
+
+  // -------------------------------------------------------------- folders
+  void ensure_dir(const char* path);
+  void rm_tree(const char* name);
+  void rm_and_make_dir(const char* name);
+  void rm_dir(const char* name);
+  void copy_file(const char* to, const char* from);
+  void copy_file_deep(const char* to, const char* from);
+  void copy_in(const char* to, const char* from, const char* file);
+  void copy_to_dir(const char* to, const char* name, bool make_dir, bool delete_after);
+  void move_file(const char* from, const char* to);
+  void copy_tree(const char* to, const char* from, int mode);
+  void xcopy_tree(const char* to, const char* from);
+  void back_up(const char* from_dir, const char* to_dir, int keep, const char* name);
+  int wfind_list(const char* out, int add_files, const char* dir);
+  int wfind_do(const char* os, const char* dir, const char* ext, const char* to,
+               const char* pre, bool show_only);
+  // The entries of a folder sorted as the platform rules say: bytes with
+  // ASCII letters folded to lower case, ties by raw bytes.
+  std::vector<std::string> list_dir(const char* dir);
+  static bool name_less(const std::string& a, const std::string& b);
+  std::string cwd();
+  void change_dir(const char* dir);
+
+  // ------------------------------------------------------ temporary names
+  const char* tmp_dir();  // the run's own temporary folder, made on first use
+  const char* tmp_name(const char* name);
+  unsigned next_free_nr(const char* dir);
+  FILE* tmp_file(char* name_out, const char* dir);
+
+  // ---------------------------------------------------------- processes
+  int system(const char* comm);
+  int system_plain(const char* comm);
+  void final_xNUL();
+  const char* last_output() const { return last_out.c_str(); }
+  void attrib_r(const char* dir, const char* comm);
+  bool tasks_with(const char* name);
+  void kill_windows(const char* a, const char* titles);
+  void win_close(const char* title);
+  void taskkill(const char* name);
+  bool notepad_if(long min, const char* name);
+  void message_box(const char* text);
+  [[noreturn]] void done_exit(int rc);
+  void doAt(const char* dir, const char* comm, const char* out);
+  void del(const char* name);
+  bool on_path(const char* name, int exit_if_missing, long size);
+  std::string find_on_path(const char* name);
+  std::string path_of_self(const char* name);
+  void trace_extract(const char* file, const char* out);
+  void run_script(const char* file);
+
+  // ---- added with the file half: paths and text handles ----
+  // A path as the system uses it: "\\" turned into "/", and the drive-like
+  // temporary names ("c:/tmp", "c:\\tmp", "R:", "d:/xx") turned into the
+  // run's own temporary folder.
+  std::string os_name(const char* name);
+  // True when a handle has nothing more to give: its end is reached, or on a
+  // text handle byte 26 has ended the text.
+  bool eof_fd(int fd);
+  // ---- end of the added block ----
+
+  // ---- added for the web builder (task F): a page under a second spelling --
+  // Makes `link` a relative symbolic link to `target` (a name seen from the
+  // link's folder); an existing entry of that name is replaced.  A failure
+  // is reported with both names.  Defined in safe_uts_link.cpp.
+  void link_to(const char* target, const char* link);
+  // ---- end of the addition -------------------------------------------------
+
+  // State.
+  char umlauts[8];
+  int openfiles = 0;
+  int maxopenfiles = maxopenfiles_default;
+  unsigned next_nr = 0;
+  int show_count = 0, show_first = 0;
+  int otpos_count = 0, otpos_first = 0;
+  std::string last_out;
+  unsigned random_seed = 1;
+  static const char* const ACL_hint;
+
+ private:
+  std::string tmp_base;
+  std::vector<std::string> tmps;
+  unsigned xnul_count = 0;
+  int in_destructor = 0;
+  char date_buf[32];
+  char date_buf2[40];
+};
+
+extern safe_uts safe_ut;
+
+// The shared command buffer into which commands are formatted.
+extern char comm_buf[8000];

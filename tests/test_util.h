@@ -1,0 +1,84 @@
+// Helpers shared by the tests: a temporary working folder, file writing and
+// reading, and running the built program as a user would.
+#pragma once
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+namespace testutil {
+
+// Makes a fresh folder, changes into it, and on destruction changes back and
+// removes it with everything in it.
+class TempDir {
+ public:
+  TempDir() {
+    const char* base = getenv("TMPDIR");
+    std::string tmpl = std::string(base && *base ? base : "/tmp") + "/brelmot_test.XXXXXX";
+    std::string buf = tmpl;
+    if (!mkdtemp(buf.data())) abort();
+    path_ = buf;
+    old_ = std::filesystem::current_path();
+    std::filesystem::current_path(path_);
+  }
+  ~TempDir() {
+    std::error_code ec;
+    std::filesystem::current_path(old_, ec);
+    std::filesystem::remove_all(path_, ec);
+  }
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+  std::filesystem::path old_;
+};
+
+inline void write_file(const std::string& name, const std::string& text) {
+  std::filesystem::path p(name);
+  if (p.has_parent_path()) std::filesystem::create_directories(p.parent_path());
+  std::ofstream f(name, std::ios::binary);
+  f << text;
+}
+
+inline std::string read_file(const std::string& name) {
+  std::ifstream f(name, std::ios::binary);
+  std::stringstream ss;
+  ss << f.rdbuf();
+  return ss.str();
+}
+
+inline bool file_exists(const std::string& name) { return std::filesystem::exists(name); }
+
+// Where the shared fixtures lie: <source root>/../shared/fixtures.
+inline std::string fixtures_dir() {
+  return std::string(BRELMOT_SOURCE_ROOT) + "/../shared/fixtures";
+}
+
+struct RunResult {
+  int status = -1;
+  std::string out;  // standard output and standard error together
+};
+
+// Runs the built program with the given argument string (passed to /bin/sh,
+// which the test controls) in the current folder, capturing its output.
+inline RunResult run_brelmot(const std::string& args, const std::string& env = "") {
+  RunResult r;
+  std::string cmd = env + (env.empty() ? "" : " ") + "'" + std::string(BRELMOT_EXE) + "' " +
+                    args + " 2>&1";
+  FILE* p = popen(cmd.c_str(), "r");
+  if (!p) return r;
+  char buf[4096];
+  size_t n;
+  while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
+  int st = pclose(p);
+  r.status = WIFEXITED(st) ? WEXITSTATUS(st) : 128 + WTERMSIG(st);
+  return r;
+}
+
+}  // namespace testutil
