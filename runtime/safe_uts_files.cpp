@@ -728,17 +728,12 @@ void safe_uts::seek(FILE* f, long to, int from) {
   }
 }
 
+// Record store of fixed-length records: one positioned system call per
+// record.  Writing behind the end leaves a gap, which may hold any bytes.
 void safe_uts::write_at(int fd, long base, long nr, int size, const void* data) {
   NN(data);
   off_t at = (off_t)base + (off_t)nr * size;
-  off_t n = ::lseek(fd, 0, SEEK_END);
-  if (n >= 0 && n < at && ::ftruncate(fd, at) != 0) n = -1;  // the gap may hold any bytes
-  if (n < 0 || ::lseek(fd, at, SEEK_SET) != at) {
-    exut.show_int("at", (long)at);
-    errno = err::seek_failure;
-    exut.fail(__LINE__, SRC, "System: write_at() cannot reach position %ld of file %i\n", (long)at, fd);
-  }
-  ssize_t w = ::write(fd, data, (size_t)size);
+  ssize_t w = ::pwrite(fd, data, (size_t)size, at);
   if (w != size) {
     int e = errno;
     printf("\nNo space left on devive (?) - check all your drives");
@@ -751,18 +746,25 @@ void safe_uts::write_at(int fd, long base, long nr, int size, const void* data) 
 void safe_uts::read_at(int fd, long base, long nr, int size, void* data) {
   NN(data);
   off_t at = (off_t)base + (off_t)nr * size;
-  struct stat st;
-  if (::fstat(fd, &st) != 0) exut.fail(__LINE__, SRC, "System: read_at() of a handle that is not open: %i\n", fd);
-  if (at >= st.st_size) return;  // beyond the end: the buffer stays as it is
-  if (::lseek(fd, at, SEEK_SET) != at) {
-    errno = err::seek_failure;
-    exut.fail(__LINE__, SRC, "System: read_at() cannot reach position %ld of file %i\n", (long)at, fd);
+  long got = 0;
+  while (got < size) {
+    ssize_t r = ::pread(fd, (char*)data + got, (size_t)(size - got), at + got);
+    if (r < 0) {
+      if (errno == EINTR) continue;
+      exut.show_int("at", (long)at);
+      exut.fail(__LINE__, SRC, "System: read_at() cannot read file %i at %ld\n", fd, (long)at);
+    }
+    if (r == 0) break;
+    got += r;
   }
-  long r = read_full(fd, (char*)data, size);
-  if (r != size) {  // the record begins inside the file, so all of it must be there
-    exut.show_int("read", r);
+  if (got == 0) {  // beyond the end: the buffer stays as it is
+    errno = 0;
+    return;
+  }
+  if (got != size) {  // the record begins inside the file, so all of it must be there
+    exut.show_int("read", got);
     exut.show_int("size", size);
-    exut.fail(__LINE__, SRC, "System: read_at() reads %ld of %i bytes at %ld\n", r, size, (long)at);
+    exut.fail(__LINE__, SRC, "System: read_at() reads %ld of %i bytes at %ld\n", got, size, (long)at);
   }
 }
 

@@ -2,6 +2,7 @@
 // reading, and running the built program as a user would.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,10 +10,29 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
 
+#include "runtime/exec_ut.h"
+
 namespace testutil {
+
+// Runs `fn`, which must end in a failure report of the tracker; returns what
+// the report printed, and leaves the tracker ready for the next test.
+inline std::string failure_of(const std::function<void()>& fn) {
+  testing::internal::CaptureStdout();
+  bool thrown = false;
+  try {
+    fn();
+  } catch (const char*) {
+    thrown = true;
+  }
+  std::string out = testing::internal::GetCapturedStdout();
+  exut.reset_after_failure();
+  EXPECT_TRUE(thrown) << "no failure: " << out;
+  return out;
+}
 
 // Makes a fresh folder, changes into it, and on destruction changes back and
 // removes it with everything in it.

@@ -36,20 +36,7 @@ std::string words_text(size_t size, unsigned seed) {
   return t;
 }
 
-// Runs `fn`, which must fail through the tracker; returns what it printed.
-std::string failure_of(const std::function<void()>& fn) {
-  testing::internal::CaptureStdout();
-  bool thrown = false;
-  try {
-    fn();
-  } catch (const char*) {
-    thrown = true;
-  }
-  std::string out = testing::internal::GetCapturedStdout();
-  exut.reset_after_failure();
-  EXPECT_TRUE(thrown) << "no failure";
-  return out;
-}
+using testutil::failure_of;
 
 // Finds every `needle` from the start, copying all text to "out"; returns
 // the file offsets of the hits.

@@ -7,16 +7,11 @@
 #include <string>
 
 #include "runtime/safe_uts.h"
+#include "tests/test_util.h"
 
 namespace {
 
-template <class F>
-void expect_failure(F f) {
-  testing::internal::CaptureStdout();
-  EXPECT_THROW(f(), const char*);
-  testing::internal::GetCapturedStdout();
-  exut.reset_after_failure();
-}
+void expect_failure(const std::function<void()>& f) { testutil::failure_of(f); }
 
 TEST(SafeUtsNumbers, Atoi) {
   EXPECT_EQ(safe_ut.atoi("00000000000123", "t", 1), 123);  // leading zeros do not count

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/test_util.h"
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -17,18 +19,7 @@ std::vector<std::string> walk(str_set& set) {
   return v;
 }
 
-bool fails(const std::function<void()>& fn) {
-  testing::internal::CaptureStdout();
-  bool thrown = false;
-  try {
-    fn();
-  } catch (const char*) {
-    thrown = true;
-  }
-  testing::internal::GetCapturedStdout();
-  exut.reset_after_failure();
-  return thrown;
-}
+using testutil::failure_of;
 }  // namespace
 
 TEST(StrSet, BucketOrderDecidesThePrefixMatch) {
@@ -47,7 +38,7 @@ TEST(StrSet, BucketOrderDecidesThePrefixMatch) {
   EXPECT_STREQ(mixed.find_prefix("ab", 2)->k, "abc");
   EXPECT_EQ(mixed.find_prefix("b", 0), nullptr);
   EXPECT_EQ(mixed.maxlen, 5);
-  EXPECT_TRUE(fails([&] { mixed.find_prefix("a", -1); }));
+  failure_of([&] { mixed.find_prefix("a", -1); });
 }
 
 TEST(StrSet, DuplicatesRemovalAndWalks) {
@@ -88,7 +79,7 @@ TEST(StrSet, TextsLiveInBlocks) {
   for (int i = 0; i < 3000; ++i) ASSERT_EQ(std::string(kept[i]), std::to_string(i * 7919));
   EXPECT_EQ(std::string(b), big);
   std::string too_big(str_set::block_size, 'x');
-  EXPECT_TRUE(fails([&] { set.keep(too_big.c_str()); }));
+  failure_of([&] { set.keep(too_big.c_str()); });
 
   int* r = static_cast<int*>(set.raw(64));
   EXPECT_EQ(r[15], 0);
@@ -99,7 +90,7 @@ TEST(StrSet, TextsLiveInBlocks) {
   EXPECT_EQ(set.insert_pair("k", "other"), p);
   EXPECT_STREQ(p->v, "other");
   EXPECT_EQ(set.insert_pair("j", "other")->v, p->v);  // one copy of a value
-  EXPECT_TRUE(fails([&] { set.insert_pair("", "v"); }));
+  failure_of([&] { set.insert_pair("", "v"); });
 
   set.add_ascii(228);
   EXPECT_STREQ(set.find_el("\xe4")->v, "&#228;");
@@ -123,9 +114,9 @@ TEST(StrSet, NumberedEntries) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "missing pc( loop.18 )\n");
   EXPECT_EQ(set.miss_count, 1);
   ask = "18";
-  EXPECT_TRUE(fails([&] { set.get_pc(&ask, "loop", "emissing"); }));
+  failure_of([&] { set.get_pc(&ask, "loop", "emissing"); });
   ask = "00";
-  EXPECT_TRUE(fails([&] { set.get_pc(&ask, "loop", nullptr); }));
+  failure_of([&] { set.get_pc(&ask, "loop", nullptr); });
 }
 
 TEST(StrSet, RelationsAndClosure) {
@@ -146,10 +137,10 @@ TEST(StrSet, RelationsAndClosure) {
   set.direct(res, set.find_el("b"), 1);
   ASSERT_EQ(res.n, 2);  // c, and now a directly
   EXPECT_STREQ(res.el[1]->k, "a");
-  EXPECT_TRUE(fails([&] { set.add_rel("a", 8, "b"); }));
+  failure_of([&] { set.add_rel("a", 8, "b"); });
 
   str_set chain("long");
   for (int i = 0; i < str_res::L_res; ++i)
     chain.add_rel(std::to_string(i).c_str(), 1, std::to_string(i + 1).c_str());
-  EXPECT_TRUE(fails([&] { chain.deep(res, chain.find_el("0"), 1, 0); }));
+  failure_of([&] { chain.deep(res, chain.find_el("0"), 1, 0); });
 }

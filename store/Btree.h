@@ -1,0 +1,268 @@
+// The system's one database: an ordered map from byte-string keys of up to
+// 252 bytes to short values, each key with a surrogate number.  A B+-tree of
+// fixed 4100-byte pages with the prefix common to a page's keys stored once
+// and shortened separators in the index pages.  A tree lives in memory until
+// it outgrows its page cache (then it continues in a temporary file) or it is
+// kept in a file of pages that the next run reads again.
+//
+// File format (little-endian): page `nr` lies at byte nr * 4100.  Page 0 is
+// always the root and holds the tree descriptor at offset 4052.  See
+// Btree_page and Btree_descr below.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "runtime/standard.h"
+
+// One cell: 8 bytes in both kinds of page.
+struct Btree_cell {
+  uint16_t ak;    // offset of the key item (length byte, then the bytes)
+  uint16_t ad;    // data page: offset of the data item (length, type, bytes)
+  uint32_t surr;  // data page: surrogate; index page: page number of the son
+};
+
+// The tree descriptor, 32 bytes at offset 4052 of page 0.
+struct Btree_descr {
+  uint32_t last;       // highest page number in use
+  uint16_t next;       // starts at 1
+  uint16_t unused;
+  uint32_t surr;       // highest surrogate given out
+  uint16_t anz;        // keys counted on insertion
+  uint16_t maxkeylen;  // longest key inserted so far
+  uint32_t icell_size;  // always 8
+  uint32_t dcell_size;  // always 8
+  uint32_t page_size;   // always 4100
+  uint32_t descr_pos;   // always 4052
+};
+
+struct Btree_page {
+  union {
+    unsigned char c[4088];  // cells from 0 upward, the heap from the top down
+    Btree_cell cell[511];
+    struct {
+      unsigned char below[4052];
+      Btree_descr d;
+    } p0;
+  };
+  int32_t nr;      // this page's number; -1 for a buffer without a page
+  uint16_t dirty;  // non-zero when the page differs from the file
+  int16_t e;       // number of cells
+  int16_t h;       // lowest heap offset in use
+  uint16_t t;      // 1 index page, 0 data page
+};
+static_assert(sizeof(Btree_cell) == 8, "cell size");
+static_assert(sizeof(Btree_descr) == 32, "descriptor size");
+static_assert(sizeof(Btree_page) == 4100, "page size");
+static_assert(offsetof(Btree_page, nr) == 4088 && offsetof(Btree_page, t) == 4098, "page layout");
+
+// The result record: owned by the caller, filled by every read.
+struct Btree_st {
+  uint32_t surr = 0;    // surrogate of the hit
+  uint8_t c_L = 0;      // data length (255 for a long value: then see strlen(c))
+  uint8_t c_T = 0;      // data type
+  char c[1024] = {};    // data, NUL-terminated
+  char k[256] = {};     // key, whole, NUL-terminated
+  uint16_t k_L = 0;     // key length
+  int flag = 0;
+};
+
+class Btree : public standard {
+ public:
+  static constexpr int page_size = 4100;
+  static constexpr int pos_descr = 4052;
+  static constexpr int spare_pos = 4085;
+  static constexpr int L_Cp = 400;     // pages in the cache
+  static constexpr int L_Bp = 40;      // levels
+  static constexpr int L_extra = 120;  // pages touched by one insertion
+  static constexpr int max_data = 1022;  // longest value of StrIns(do_this, k, d)
+
+  Btree();
+  Btree(const char* name, int do_what);
+  ~Btree() override;
+  Btree(const Btree&) = delete;
+  Btree& operator=(const Btree&) = delete;
+
+  void init(const char* name, int do_what);
+  void commit();
+  int anz_pages() const { return (int)descr->last + 1; }
+
+  // --------------------------------------------------------- insertion
+  char StrIns(const char* k);
+  char StrIns(char do_this, const char* k);
+  char StrIns(char do_this, const char* k, const char* d);
+  char StrIns(char do_this, const char* k, int n);
+  char StrIns(char do_this, const char* k, int kL, const char* d, int dL);
+  char Ins(char do_this, const char* k, int kL, const char* d, int dL, int d_T);
+  int Ins(Btree* t, char do_this);
+  unsigned InsPath(char do_this, const char* path, int L, const char* d, int dL, int d_T,
+                   unsigned root = 0);
+  unsigned InsPath(char do_this, const char* path, const char* d = "", unsigned root = 0);
+  char InsAtSurr(unsigned s, char do_this, const char* d, int dL, int d_T);
+  char Update(Btree_st& st);
+  bool NoUpd(const char* d, int dL);
+  unsigned ensure(const char* k, int kL);
+
+  // --------------------------------------------------------- retrieval
+  bool locate(const char* k, int kL);
+  unsigned Get(const char* k, Btree_st& st);
+  unsigned Get(const char* k, int kL, Btree_st& st);
+  unsigned Get(int nr, Btree_st& st);
+  unsigned GetAtSurr(unsigned s, Btree_st& st);
+  unsigned GetPath(const char* path, Btree_st& st, unsigned root = 0);
+  unsigned GetPath(const char* path, int L, Btree_st& st, unsigned root);
+  unsigned containsPath(const char* path, unsigned root = 0);
+  unsigned contains(const char* k);
+  unsigned contains(const char* k, int kL);
+  unsigned contains(const Btree_st& st);
+  unsigned GetFirst(Btree_st& st);
+  unsigned GetLast(Btree_st& st);
+  unsigned Next(Btree_st& st);
+  unsigned GetNext(Btree_st& st);
+  unsigned GetNext(Btree_st& st, const char* k);
+  unsigned GetNext(Btree_st& st, const char* k, int kL);
+  unsigned Prev(Btree_st& st);
+  unsigned GetPrev(Btree_st& st);
+  unsigned GetPrev(Btree_st& st, const char* k);
+  unsigned GetPrev(Btree_st& st, const char* k, int kL);
+  unsigned Getmin_GE(Btree_st& st, const char* k);
+  unsigned Getmin_GE(Btree_st& st, const char* k, int kL);
+  unsigned Getmin_GR(Btree_st& st, const char* k);
+  unsigned Getmin_GR(Btree_st& st, const char* k, int kL);
+  unsigned Getmax_LE(Btree_st& st, const char* k);
+  unsigned Getmax_LE(Btree_st& st, const char* k, int kL);
+  unsigned Getmax_LS(Btree_st& st, const char* k);
+  unsigned Getmax_LS(Btree_st& st, const char* k, int kL);
+  unsigned Getmin_At(Btree_st& st, const char* prefix);
+  unsigned Getmax_At(Btree_st& st, const char* prefix);
+  unsigned Getmax_prefix(Btree_st& st, const char* k);
+  int number_of_elements();
+  unsigned retNr(int must_exist, const char* k);
+  const char* retAlias(const char* k);
+
+  // ----------------------------------------------------------- removal
+  unsigned Rem(const char* k);
+  unsigned Rem(const char* k, int kL);
+  unsigned Rem(int nr);
+  unsigned Rem(const Btree_st& st);
+  unsigned RemPath(const char* path, unsigned root = 0);
+  int Rem_GE_LE(const char* from, const char* to);
+  unsigned postfix(const char* k, const char* text);
+
+  // ------------------------------------------------ relations, reports
+  Btree* invers();
+  int become_transitive();
+  int become_deep_transitive();
+  int become_trans(const char* a, const char* b);
+  int become_deep_trans(const char* a, const char* b);
+  void become_end_to_end_transitive(Btree* out);
+  void count(const char* k);
+  void to_file(const char* name);
+  static Btree* from_file(const char* name);
+  void check_Btree(const char* file, int line);
+  void show(const char* name, FILE* stream);
+  void trace(const char* name, FILE* stream) override;
+  void traceAbs(const char* name, FILE* stream);
+  void traceAt(const char* prefix, const char* name, FILE* stream);
+  void trac1_page(const Btree_page* p, FILE* stream);
+  void check_page(const Btree_page* p);
+
+  // --------------------------------------------------------- fields
+  const char* name = "";
+  int treeID = 0;
+  int max_k_L = 252;
+  Btree* LData = nullptr;
+  int LDataNr = 0;
+  Btree_descr* descr = nullptr;
+  Btree_page* cache[L_Cp] = {};
+  int e_cache = 0;
+  Btree_page* extra[L_extra] = {};
+  int e_extra = 0;
+  Btree_page* page[L_Bp] = {};
+  struct pos_rec {
+    int m = 0;
+    int r = 0;
+    int w = 0;
+  };
+  pos_rec pos_m[L_Bp];
+  int deepest = 0;
+  int max_deepest = 0;  // statistics: deepest level reached
+  int Bf = 0;           // file handle, 0 for a tree in memory
+  char Bfn[600] = {};
+  int read_only = 0;
+  int temporary = 0;
+  int quiet = 0;  // no show of a refused insertion or update
+  unsigned surr = 0;
+  Btree_st st;
+
+ private:
+  // Cache and file.
+  void clear_all();
+  void build_fresh();
+  void check_descr();
+  Btree_page* alloc_page();
+  void get_page(int i, uint32_t nr);
+  Btree_page* new_page();
+  void to_memory_overflow();
+  int evict(int i);
+  bool pinned(const Btree_page* p) const;
+  void to_Disk(int slot);
+  void validate_loaded(const Btree_page* p);
+  void touch(const Btree_page* p);
+  void to_extra(Btree_page* p);
+  void close_file(bool write);
+
+  // Positions.
+  void ipos(const Btree_page* p, const unsigned char* k, int kL, int& m, int& r);
+  void dpos(const Btree_page* p, const unsigned char* k, int kL, int& m, int& r);
+  bool pos_to_next();
+  bool pos_to_prev();
+  bool descend_first(int from_level);
+  bool descend_last(int from_level);
+  bool position_ok(const Btree_st& s) const;
+  unsigned located_key_and_data(Btree_st& st, int line);
+  void miss_into(Btree_st& st, const char* k, int kL);
+
+  // Writing.
+  char ins_core(char do_this, const unsigned char* k, int kL, const unsigned char* d, int dL,
+                int d_T);
+  void put_cell(Btree_page* p, int m, bool insert, const unsigned char* k, int kL,
+                const unsigned char* d, int dL, int dt);
+  void reorganize(Btree_page* p, int e_neu, int uspar);
+  void split_data(int level, Btree_page* p, Btree_page* neu);
+  void into_father(int level, const unsigned char* key, int L, uint32_t son);
+  void split_index(int level, const unsigned char* key, int L, uint32_t son);
+  void split_root(const unsigned char* key, int L, uint32_t son);
+  void insert_icell(Btree_page* p, int pos, const unsigned char* key, int L, uint32_t son);
+  void not_read_only(const char* what);
+
+  // Long values.
+  char long_ins(char do_this, const char* k, int kL, const char* d, int dL);
+  Btree* ldata(bool create);
+  void expand_long(Btree_st& st);
+  std::string ldata_name() const;
+
+  // Paths.
+  void check_path(const char* path, int L, unsigned root);
+  int step_key(unsigned char* out, unsigned parent, const char* step, int n);
+
+  // Relations.
+  int trans_pass(bool deep);
+
+  static void enter(const char* method);
+  [[noreturn]] void broken(const Btree_page* p, int line, const char* format, ...)
+      __attribute__((format(printf, 4, 5)));
+
+  std::vector<int32_t> slot_of_;  // file trees: page number -> cache slot, -1 if absent
+  std::vector<bool> written_;     // pages this object wrote: read back without a check
+  uint8_t ref_[L_Cp] = {};      // recent use of each slot (clock replacement)
+  int hand_ = 1;                // the clock's hand
+  long file_len_ = 0;          // bytes of the file that hold pages
+  int ins_level_ = 0;          // level of the data page that a split starts from
+  unsigned long mod_ = 0;      // counts changes; a position is valid for one value
+  unsigned long pos_mod_ = 0;  // value of mod_ when the position was read
+  bool memory_ = true;         // pages live at cache[nr]
+};
