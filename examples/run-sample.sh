@@ -11,13 +11,18 @@ rm -rf "$run"
 mkdir -p "$run"
 cp -r "$root/examples/sample" "$run/"
 cd "$run"
-echo "== brelmot headers sample/publish/Guide_1"
-"$exe" headers sample/publish/Guide_1
+echo "== brelmot sample ?    (check the web configuration sample/wconf)"
+# A configuration that checks out ends with status 1 on purpose: no web was made.
+"$exe" sample '?' | tail -4 || true
 echo "== brelmot unite sample/publish Guide"
 "$exe" unite sample/publish Guide
+echo "== brelmot headers sample/publish/Guide"
+"$exe" headers sample/publish/Guide
 echo "== brelmot publish sample"
 "$exe" publish sample
 echo "== brelmot alias start sample/publish/Guide.htm"
 "$exe" alias start sample/publish/Guide.htm
+echo "== brelmot check sample/publish"
+"$exe" check sample/publish | tail -3
 echo
-echo "Results in $run: sample/publish/Guide_1.hds, sample/publish/Guide.htm, exp_htm.js, start.htm"
+echo "Results in $run: xs/ (the checked configuration), sample/publish/Guide.htm and Guide.hds, exp_htm.js, start.htm"

@@ -1,11 +1,15 @@
 // The failure model: the report's form, error names, show operations.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <string>
 
 #include "runtime/exec_ut.h"
+#include "runtime/signals.h"
 #include "runtime/standard.h"
 
 namespace {
@@ -143,6 +147,28 @@ TEST(TextBasics, StartsWithAndReplaceChar) {
   testing::internal::GetCapturedStdout();
   EXPECT_EQ(errno, err::NULL_pointer);
   exut.reset_after_failure();
+}
+
+}  // namespace
+
+namespace {
+
+// A hard fault ends in the failure path: the report names the signal's code,
+// and the process ends with status 1 instead of dumping core.
+void fault_with(int sig) {
+  fflush(stdout);
+  dup2(2, 1);  // the report goes to standard output; let the death test see it
+  install_signal_handlers();
+  raise(sig);
+}
+
+TEST(SignalsDeathTest, HardFaultsEndInTheReport) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(fault_with(SIGSEGV), testing::ExitedWithCode(1),
+              "fatal error 27.signals, call_nr = [0-9]+, errno = 548");
+  EXPECT_EXIT(fault_with(SIGTERM), testing::ExitedWithCode(1), "errno = 549");
+  EXPECT_EXIT(fault_with(SIGFPE), testing::ExitedWithCode(1), "errno = 546");
+  EXPECT_EXIT(fault_with(SIGABRT), testing::ExitedWithCode(1), "errno = 545");
 }
 
 }  // namespace
