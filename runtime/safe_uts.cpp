@@ -16,19 +16,19 @@ namespace {
 
 const char* const SRC = "safe_uts";
 
-[[noreturn]] void null_fail(int line) {
-  errno = err::NULL_pointer;
-  exut.fail(line, SRC, "System: NULL pointer handed to safe_ut\n");
-}
-
 #define NN(p) \
   do {        \
-    if (!(p)) null_fail(__LINE__); \
+    if (!(p)) safe_uts::null_pointer(__LINE__, SRC); \
   } while (0)
 
 bool is_space(int c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v'; }
 
 }  // namespace
+
+void safe_uts::null_pointer(int line, const char* file) {
+  errno = err::NULL_pointer;
+  exut.fail(line, file, "System: NULL pointer handed to safe_ut\n");
+}
 
 // ------------------------------------------------------------------ chars
 
@@ -911,19 +911,17 @@ void safe_uts::skip_strict_string(char** p, const char* end) {
   }
 }
 
-void safe_uts::skip_brackets(char** p, int open, int close) {
-  if (open == '\'') exut.fail(__LINE__, SRC, "System: skip_brackets() of a single quote\n");
-  char* q = *p;
-  while (*q && *q != (char)open) q++;
-  if (!*q) {
-    *p = q;
-    return;
-  }
+namespace {
+// The position behind the `close` that matches the first `open` at or behind
+// `q`, counting nesting and stepping over strings and character literals;
+// null when `end` comes first.
+char* bracket_end(safe_uts& su, char* q, int open, int close, const char* end) {
+  while (q < end && *q != (char)open) q++;
   int depth = 0;
-  while (*q) {
+  while (q < end && *q) {
     if (*q == '"') {
       char* r = q;
-      skip_string(&r, q + strlen(q) + 1);
+      su.skip_string(&r, end);
       q = r;
       continue;
     }
@@ -931,39 +929,29 @@ void safe_uts::skip_brackets(char** p, int open, int close) {
       q += q[1] == '\\' ? 4 : 3;
       continue;
     }
-    if (*q == (char)open) depth++;
-    else if (*q == (char)close) {
-      if (--depth == 0) {
-        *p = q + 1;
-        return;
-      }
+    if (*q == (char)open) {
+      depth++;
+    } else if (*q == (char)close && --depth == 0) {
+      return q + 1;
     }
     q++;
   }
-  *p = q;
+  return nullptr;
+}
+}  // namespace
+
+void safe_uts::skip_brackets(char** p, int open, int close) {
+  if (open == '\'') exut.fail(__LINE__, SRC, "System: skip_brackets() of a single quote\n");
+  char* end = *p + strlen(*p);
+  char* r = bracket_end(*this, *p, open, close, end + 1);
+  *p = r ? r : end;
 }
 
 void safe_uts::skip_brackets_to(char** p, int open, int close, const char* end) {
-  char* q = *p;
-  while (q < end && *q != (char)open) q++;
-  int depth = 0;
-  while (q < end) {
-    if (*q == '"') {
-      char* r = q;
-      skip_string(&r, end);
-      q = r;
-      continue;
-    }
-    if (*q == '\'') {
-      q += q[1] == '\\' ? 4 : 3;
-      continue;
-    }
-    if (*q == (char)open) depth++;
-    else if (*q == (char)close && --depth == 0) {
-      *p = q + 1;
-      return;
-    }
-    q++;
+  char* r = bracket_end(*this, *p, open, close, end);
+  if (r) {
+    *p = r;
+    return;
   }
   show_text("xxn", *p, 60);
   exut.fail(__LINE__, SRC, "System: skip_brackets_to() finds no closing bracket\n");

@@ -24,6 +24,9 @@ class safe_uts {
   safe_uts(const safe_uts&) = delete;
   safe_uts& operator=(const safe_uts&) = delete;
 
+  // A null pointer handed to the toolbox ends the run (errno 509).
+  [[noreturn]] static void null_pointer(int line, const char* file);
+
   // ---------------------------------------------------------------- chars
   static int umlaut_code(int c);
   static bool is_letter(int c);

@@ -31,14 +31,9 @@ namespace {
 
 const char* const SRC = "safe_uts_files";
 
-[[noreturn]] void null_fail(int line) {
-  errno = err::NULL_pointer;
-  exut.fail(line, SRC, "System: NULL pointer handed to safe_ut\n");
-}
-
-#define NN(p)                      \
-  do {                             \
-    if (!(p)) null_fail(__LINE__); \
+#define NN(p) \
+  do {        \
+    if (!(p)) safe_uts::null_pointer(__LINE__, SRC); \
   } while (0)
 
 // ------------------------------------------------------------ text reads
