@@ -26,6 +26,19 @@ const char* find_body_end(const std::string& t, size_t from, size_t* at) {
   return best == std::string::npos ? nullptr : "";
 }
 
+// The value of a `name=` in the tag text [from, to), quoted or not, into
+// `anchor` (at most 119 characters); `anchor` stays as it is without one.
+void anchor_of(const char* from, const char* to, char* anchor) {
+  std::string tag(from, to);
+  size_t n = tag.find("name=");
+  if (n == std::string::npos) return;
+  size_t b = n + 5;
+  if (b < tag.size() && (tag[b] == '"' || tag[b] == '\'')) b++;
+  size_t e = b;
+  while (e < tag.size() && tag[e] != '"' && tag[e] != '\'' && tag[e] != ' ' && tag[e] != '>') e++;
+  snprintf(anchor, 120, "%s", tag.substr(b, e - b).c_str());
+}
+
 // Position behind the opening body tag, or npos.
 size_t behind_body_start(const std::string& t) {
   size_t p = std::string::npos;
@@ -182,17 +195,7 @@ const char* ut_htmst::section_title(const char* start, char* out, const char* st
   // Behind the heading's own start tag.
   const char* q = (const char*)memchr(p, '>', end - p);
   if (!q) return nullptr;
-  if (anchor) {
-    std::string tag(p, q);
-    size_t n = tag.find("name=");
-    if (n != std::string::npos) {
-      size_t b = n + 5;
-      if (b < tag.size() && (tag[b] == '"' || tag[b] == '\'')) b++;
-      size_t e = b;
-      while (e < tag.size() && tag[e] != '"' && tag[e] != '\'' && tag[e] != ' ') e++;
-      snprintf(anchor, 120, "%s", tag.substr(b, e - b).c_str());
-    }
-  }
+  if (anchor) anchor_of(p, q, anchor);
   q++;
   std::string t;
   while (q < end && *q) {
@@ -204,18 +207,7 @@ const char* ut_htmst::section_title(const char* start, char* out, const char* st
       }
       const char* gt = (const char*)memchr(q, '>', end - q);
       if (!gt) break;
-      if (anchor && !*anchor) {
-        std::string tag(q, gt);
-        size_t n = tag.find("name=");
-        if (n != std::string::npos) {
-          size_t b = n + 5;
-          if (b < tag.size() && (tag[b] == '"' || tag[b] == '\'')) b++;
-          size_t e = b;
-          while (e < tag.size() && tag[e] != '"' && tag[e] != '\'' && tag[e] != ' ' && tag[e] != '>')
-            e++;
-          snprintf(anchor, 120, "%s", tag.substr(b, e - b).c_str());
-        }
-      }
+      if (anchor && !*anchor) anchor_of(q, gt, anchor);
       q = gt + 1;
       continue;
     }

@@ -26,7 +26,8 @@ str_set::str_set(const char* set_name) : self(this) {
   created();
 }
 
-str_set::~str_set() {
+// Frees every element of every bucket and empties the table.
+void str_set::free_buckets() {
   for (auto& b : first_at) {
     str_el* x = b;
     while (x) {
@@ -37,6 +38,10 @@ str_set::~str_set() {
     }
     b = nullptr;
   }
+}
+
+str_set::~str_set() {
+  free_buckets();
   for (str_el* x : unlinked_) {
     delete[] x->rel;
     delete x;
@@ -306,16 +311,7 @@ str_el* str_set::unlink(const char* s) {
 }
 
 void str_set::clear() {
-  for (auto& b : first_at) {
-    str_el* x = b;
-    while (x) {
-      str_el* n = x->next;
-      delete[] x->rel;
-      delete x;
-      x = n;
-    }
-    b = nullptr;
-  }
+  free_buckets();
   at = nullptr;
   at_c_ = 256;
   card = 0;

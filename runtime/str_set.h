@@ -135,6 +135,7 @@ class str_set : public standard {
   std::vector<str_el*> elems;
 
  private:
+  void free_buckets();
   int at_c_ = 256;                  // bucket of the cursor; 256 = walk ended
   int top_ = 0;                     // see top_char
   // One bit for each pair of first two characters that can begin an element
