@@ -196,6 +196,13 @@ int main(int argc, char** argv) {
       t.quiet = 1;
       bench_btree("btree-file", t, d);
     }
+    if (want("btree-pread")) {  // the file tree without a view: a system call per page
+      std::string f = dir + "/bench_pread_" + std::to_string(n) + ".bt";
+      Btree t(f.c_str(), 1);
+      t.quiet = 1;
+      t.no_view = 1;
+      bench_btree("btree-pread", t, d);
+    }
     if (want("std-map")) bench_map(d);
     if (want("sqlite-mem")) bench_sqlite("sqlite-mem", ":memory:", d);
     std::string f = dir + "/bench_" + std::to_string(n) + ".sqlite";

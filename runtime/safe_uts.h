@@ -275,6 +275,21 @@ class safe_uts {
   void link_to(const char* target, const char* link);
   // ---- end of the addition -------------------------------------------------
 
+  // ---- added for the Btree page file (task G): a view of a file in memory --
+  // Maps `len` bytes of the open file `fd` from its start, shared, so that the
+  // view and read_at/write_at see the same bytes; writable when `writable`
+  // (the file must be open for update).  `len` may pass the file's end, but
+  // only the bytes inside the file may be touched.  Returns null when the file
+  // cannot be mapped: the caller then goes on with read_at and write_at.
+  void* map_fd(int fd, long len, bool writable);
+  void unmap_fd(const void* at, long len);
+  // Takes the disk space for `len` bytes at `from`, so that they can be
+  // written through a view; the file grows when they pass its end (new bytes
+  // read as zeros).  A full disk fails as in write_at.  Defined in
+  // safe_uts_map.cpp.
+  void reserve_fd(int fd, long from, long len);
+  // ---- end of the addition -------------------------------------------------
+
   // State.
   char umlauts[8];
   int openfiles = 0;

@@ -41,7 +41,9 @@ void on_signal(int sig) {
 }  // namespace
 
 bool install_signal_handlers() {
-  const int sigs[] = {SIGABRT, SIGFPE, SIGILL, SIGSEGV, SIGTERM};
+  // SIGBUS too: a page file truncated under its mapped view ends in the
+  // report (as an unknown signal) rather than a silent core dump.
+  const int sigs[] = {SIGABRT, SIGFPE, SIGILL, SIGSEGV, SIGTERM, SIGBUS};
   for (int s : sigs)
     if (signal(s, on_signal) == SIG_ERR) return false;
   signal(SIGPIPE, SIG_IGN);

@@ -15,12 +15,23 @@ namespace {
 const char* const SRC = "Btree";
 int trees_made = 0;
 
-// Byte order of keys: unsigned bytes, a prefix before its extensions.
+// Byte order of keys: unsigned bytes, a prefix before its extensions.  Eight
+// bytes at a time: keys differ mostly early, and a call of memcmp costs more
+// than the comparison of a short key itself.
 inline int cmp_bytes(const unsigned char* a, int aL, const unsigned char* b, int bL) {
-  int n = aL < bL ? aL : bL;
-  if (n && a[0] != b[0]) return a[0] < b[0] ? -1 : 1;
-  int c = n ? memcmp(a, b, n) : 0;
-  if (c) return c < 0 ? -1 : 1;
+  int n = aL < bL ? aL : bL, i = 0;
+  for (; i + 8 <= n; i += 8) {
+    uint64_t x, y;
+    memcpy(&x, a + i, 8);
+    memcpy(&y, b + i, 8);
+    if (x != y) {
+      x = __builtin_bswap64(x);
+      y = __builtin_bswap64(y);
+      return x < y ? -1 : 1;
+    }
+  }
+  for (; i < n; i++)
+    if (a[i] != b[i]) return a[i] < b[i] ? -1 : 1;
   return aL > bL ? 1 : (aL < bL ? -1 : 0);
 }
 
@@ -46,6 +57,43 @@ inline int full_key(const Btree_page* p, int i, unsigned char* out) {
   const unsigned char* k = key_at(p, i);
   memcpy(out + sp, k + 1, k[0]);
   return sp + k[0];
+}
+
+// The last cell from `first` on whose key is not above k, or first - 1 when
+// there is none; r is 0 when its key equals k and 1 otherwise.  Only the
+// bytes behind the page's shared prefix are compared.
+int last_not_above(const Btree_page* p, int first, const unsigned char* k, int kL, int& r) {
+  int e = p->e;
+  r = 1;
+  if (e <= first) return first - 1;
+  int sp = p->nr == 0 ? 0 : p->c[Btree::spare_pos];
+  if (sp) {
+    const unsigned char* pre = spare_At(p);
+    int n = kL < sp ? kL : sp;
+    int c = memcmp(k, pre, n);
+    if (!c && kL < sp) c = -1;
+    if (c < 0) return first - 1;
+    if (c > 0) return e - 1;
+    k += sp;
+    kL -= sp;
+  }
+  int lo = first, hi = e - 1, m = first - 1;
+  while (lo <= hi) {
+    int mid = (lo + hi) >> 1;
+    const unsigned char* q = p->c + p->cell[mid].ak;
+    int c = cmp_bytes(k, kL, q + 1, q[0]);
+    if (c == 0) {
+      r = 0;
+      return mid;
+    }
+    if (c > 0) {
+      m = mid;
+      lo = mid + 1;
+    } else {
+      hi = mid - 1;
+    }
+  }
+  return m;
 }
 
 const unsigned char* U(const char* s) { return reinterpret_cast<const unsigned char*>(s); }
@@ -111,7 +159,7 @@ void Btree::clear_all() {
   e_cache = e_extra = deepest = max_deepest = 0;
   descr = nullptr;
   slot_of_.clear();
-  written_.clear();
+  sound_.clear();
   for (auto& u : ref_) u = 0;
   hand_ = 1;
   file_len_ = 0;
@@ -127,12 +175,12 @@ void Btree::close_file(bool write) {
   try {
     if (write && cache[0] && !memory_ && !temporary && !read_only && Bf > 0) {
       cache[0]->dirty = 1;
-      for (int s = 0; s < e_cache; s++)
-        if (cache[s] && cache[s]->dirty && cache[s]->nr >= 0) to_Disk(s);
+      write_dirty();
     }
   } catch (const char*) {
     exut.reset_after_failure();
   }
+  unmap();
   if (Bf > 0) {
     errno = 0;
     try {
@@ -273,12 +321,7 @@ void Btree::init(const char* nm, int do_what) {
         std::string ln = ldata_name();
         if (safe_ut.exists(ln.c_str())) safe_ut.remove_file(ln.c_str());
         errno = 0;
-        const char* slash = strrchr(Bfn, '/');
-        if (slash && slash != Bfn) {
-          std::string dir(Bfn, slash - Bfn);
-          if (!safe_ut.exists(dir.c_str())) safe_ut.ensure_dir(dir.c_str());
-        }
-        Bf = safe_ut.open_fd(Bfn, 'c', 'B');
+        create_file();
         printf("\nBf = %i = %s", Bf, Bfn);
         memory_ = false;
         slot_of_.assign(2, 0);
@@ -304,9 +347,23 @@ void Btree::commit() {
   if (!cache[0]) return;
   cache[0]->dirty = 1;
   if (memory_ || read_only || Bf <= 0) return;
+  write_dirty();
+  if (LData) LData->commit();
+}
+
+void Btree::write_dirty() {
   for (int s = 0; s < e_cache; s++)
     if (cache[s] && cache[s]->dirty && cache[s]->nr >= 0) to_Disk(s);
-  if (LData) LData->commit();
+}
+
+// Opens Bfn as a new, empty file, making its folder when it is missing.
+void Btree::create_file() {
+  const char* slash = strrchr(Bfn, '/');
+  if (slash && slash != Bfn) {
+    std::string dir(Bfn, slash - Bfn);
+    if (!safe_ut.exists(dir.c_str())) safe_ut.ensure_dir(dir.c_str());
+  }
+  Bf = safe_ut.open_fd(Bfn, 'c', 'B');
 }
 
 void Btree::to_Disk(int slot) {
@@ -315,12 +372,59 @@ void Btree::to_Disk(int slot) {
     exut.show_int("slot", slot);
     exut.fail(__LINE__, SRC, "System: Btree %s: to_Disk() of a buffer without a page\n", name);
   }
-  safe_ut.write_at(Bf, 0, p->nr, page_size, p);
-  if (written_.size() <= (size_t)p->nr) written_.resize((size_t)p->nr + 1, false);
-  written_[p->nr] = true;
   long end = ((long)p->nr + 1) * page_size;
+  // A tree that reads through a view of its file writes through it too; a
+  // small tree, whose pages all stay in the cache, writes them one by one.
+  if (map_ && view(end)) {
+    // A page that was never in the file needs its space first: a full disk
+    // is then a failure here, not a fault while the view is written.
+    if ((size_t)p->nr >= sound_.size() || !sound_[p->nr])
+      safe_ut.reserve_fd(Bf, (long)p->nr * page_size, page_size);
+    memcpy(map_ + (long)p->nr * page_size, p, page_size);
+  } else {
+    safe_ut.write_at(Bf, 0, p->nr, page_size, p);
+  }
+  if (sound_.size() <= (size_t)p->nr) sound_.resize((size_t)p->nr + 1, false);
+  sound_[p->nr] = true;
   if (end > file_len_) file_len_ = end;
   p->dirty = 0;
+}
+
+void Btree::unmap() {
+  safe_ut.unmap_fd(map_, map_len_);
+  map_ = nullptr;
+  map_len_ = 0;
+  map_off_ = false;
+}
+
+// Makes the view of the file cover `end` bytes; false when the file cannot
+// be mapped.  The view grows ahead of the file, so that a growing tree maps
+// its file again only now and then.
+bool Btree::view(long end) {
+  if (end <= map_len_) return true;
+  if (map_off_ || no_view) return false;
+  if (map_) {
+    // The pages seen through the old view go with it, and so does a position.
+    for (auto& q : page)
+      if (in_view(q)) q = nullptr;
+    mod_++;
+  }
+  safe_ut.unmap_fd(map_, map_len_);
+  long want = 2 * (end > file_len_ ? end : file_len_);
+  if (want < (4L << 20)) want = 4L << 20;
+  map_ = static_cast<unsigned char*>(safe_ut.map_fd(Bf, want, !read_only));
+  map_len_ = map_ ? want : 0;
+  map_off_ = !map_;
+  return map_ != nullptr;
+}
+
+// Reads page nr, which lies inside the file, into p: a copy from the view.
+void Btree::read_page(uint32_t nr, Btree_page* p) {
+  long end = ((long)nr + 1) * page_size;
+  if (end <= file_len_ && view(end))
+    memcpy(static_cast<void*>(p), map_ + (long)nr * page_size, page_size);
+  else
+    safe_ut.read_at(Bf, 0, nr, page_size, p);
 }
 
 // A page read from a file is checked before anything trusts its offsets.
@@ -443,7 +547,7 @@ void Btree::get_page(int i, uint32_t nr) {
       if (!cache[s]) cache[s] = alloc_page();
       p = cache[s];
       p->nr = -1;
-      safe_ut.read_at(Bf, 0, nr, page_size, p);
+      read_page(nr, p);
       if (p->nr != (int32_t)nr) {
         exut.show_int("Bf", Bf);
         exut.show_int("i", i);
@@ -456,13 +560,15 @@ void Btree::get_page(int i, uint32_t nr) {
                   (int)p->nr);
       }
       p->dirty = 0;
-      if (nr >= written_.size() || !written_[nr]) {
+      if (nr >= sound_.size() || !sound_[nr]) {
         try {
           validate_loaded(p);
         } catch (const char*) {
           p->nr = -1;
           throw;
         }
+        if (sound_.size() <= nr) sound_.resize((size_t)nr + 1, false);
+        sound_[nr] = true;
       }
       if (slot_of_.size() <= nr) slot_of_.resize((size_t)nr + 1, -1);
       slot_of_[nr] = s;
@@ -476,6 +582,47 @@ void Btree::get_page(int i, uint32_t nr) {
   page[i] = p;
 }
 
+bool Btree::in_view(const Btree_page* q) const {
+  auto u = reinterpret_cast<const unsigned char*>(q);
+  return map_ && u >= map_ && u < map_ + map_len_;
+}
+
+// q is page nr as it stands now: a cached page, or the page in the view of
+// the file while the cache holds no newer copy of it.
+bool Btree::holds(const Btree_page* q, uint32_t nr) const {
+  if (!q || q->nr != (int32_t)nr) return false;
+  return !in_view(q) || nr >= slot_of_.size() || slot_of_[nr] < 0;
+}
+
+// Makes page[i] the page nr for reading.  A data page that is not cached is
+// read where it lies in the view of the file, without a copy: a lookup costs
+// no cache slot and no eviction.  Anything else comes through get_page.
+void Btree::visit(int i, uint32_t nr) {
+  if (map_ && (nr >= slot_of_.size() || slot_of_[nr] < 0) && nr >= 1 && nr <= descr->last &&
+      ((long)nr + 1) * page_size <= file_len_ && ((long)nr + 1) * page_size <= map_len_) {
+    unsigned char* at = map_ + (long)nr * page_size;
+    // The search jumps about the page: ask for all of it at once rather than
+    // wait for each line in turn.
+    for (int o = 0; o < page_size; o += 64) __builtin_prefetch(at + o);
+    Btree_page* q = reinterpret_cast<Btree_page*>(at);
+    if (q->t == 0 && q->nr == (int32_t)nr) {
+      if (nr >= sound_.size() || !sound_[nr]) {
+        validate_loaded(q);
+        if (sound_.size() <= nr) sound_.resize((size_t)nr + 1, false);
+        sound_[nr] = true;
+      }
+      page[i] = q;
+      return;
+    }
+  }
+  get_page(i, nr);
+}
+
+// Before page[i] is changed: a page seen in the view comes into the cache.
+void Btree::own(int i) {
+  if (in_view(page[i])) get_page(i, (uint32_t)page[i]->nr);
+}
+
 // The 401st page of a tree in memory: from now on the tree lives in a
 // temporary file, with the cache as its window.
 void Btree::to_memory_overflow() {
@@ -485,12 +632,7 @@ void Btree::to_memory_overflow() {
     unsigned n = safe_ut.next_free_nr(dir);
     snprintf(Bfn, sizeof Bfn, "%s/%u", dir, n);
   }
-  const char* slash = strrchr(Bfn, '/');
-  if (slash && slash != Bfn) {
-    std::string dir(Bfn, slash - Bfn);
-    if (!safe_ut.exists(dir.c_str())) safe_ut.ensure_dir(dir.c_str());
-  }
-  Bf = safe_ut.open_fd(Bfn, 'c', 'B');
+  create_file();
   temporary = 1;
   memory_ = false;
   slot_of_.assign(e_cache, -1);
@@ -557,94 +699,25 @@ void Btree::not_read_only(const char* what) {
 // Index page: m is the last cell whose key is not above k; r the comparison
 // there (0 equal, 1 above).  r < 0 when k lies below the first cell.
 void Btree::ipos(const Btree_page* p, const unsigned char* k, int kL, int& m, int& r) {
-  int e = p->e;
-  if (e <= 0) broken(p, __LINE__, "System: Btree %s: index page %i without cells\n", name, p->nr);
-  int sp = p->c[spare_pos];
-  if (sp) {
-    const unsigned char* pre = p->c + spare_pos - sp;
-    int n = kL < sp ? kL : sp;
-    int c = memcmp(k, pre, n);
-    if (!c && kL < sp) c = -1;
-    if (c < 0) {
-      m = 0;
-      r = -1;
-      return;
-    }
-    if (c > 0) {
-      m = e - 1;
-      r = 1;
-      return;
-    }
-    k += sp;
-    kL -= sp;
-  }
-  int lo = 0, hi = e - 1, ans = -1;
-  while (lo <= hi) {
-    int mid = (lo + hi) >> 1;
-    const unsigned char* q = p->c + p->cell[mid].ak;
-    int c = cmp_bytes(k, kL, q + 1, q[0]);
-    if (c == 0) {
-      m = mid;
-      r = 0;
-      return;
-    }
-    if (c > 0) {
-      ans = mid;
-      lo = mid + 1;
-    } else {
-      hi = mid - 1;
-    }
-  }
-  if (ans < 0) {
+  if (p->e <= 0) broken(p, __LINE__, "System: Btree %s: index page %i without cells\n", name, p->nr);
+  m = last_not_above(p, 0, k, kL, r);
+  if (m < 0) {
     m = 0;
     r = -1;
-  } else {
-    m = ans;
-    r = 1;
   }
 }
 
 // Data page: m is the last real cell (from 1) not above k, or 0 (the
 // sentinel) when there is none; r is 0 on a hit and 1 otherwise.
 void Btree::dpos(const Btree_page* p, const unsigned char* k, int kL, int& m, int& r) {
-  int e = p->e;
-  m = 0;
-  r = 1;
-  if (e <= 1) return;
-  int sp = p->c[spare_pos];
-  if (sp) {
-    const unsigned char* pre = p->c + p->cell[0].ak - sp;
-    int n = kL < sp ? kL : sp;
-    int c = memcmp(k, pre, n);
-    if (!c && kL < sp) c = -1;
-    if (c < 0) return;
-    if (c > 0) {
-      m = e - 1;
-      return;
-    }
-    k += sp;
-    kL -= sp;
-  }
-  int lo = 1, hi = e - 1;
-  while (lo <= hi) {
-    int mid = (lo + hi) >> 1;
-    const unsigned char* q = p->c + p->cell[mid].ak;
-    int c = cmp_bytes(k, kL, q + 1, q[0]);
-    if (c == 0) {
-      m = mid;
-      r = 0;
-      return;
-    }
-    if (c > 0) {
-      m = mid;
-      lo = mid + 1;
-    } else {
-      hi = mid - 1;
-    }
-  }
+  m = last_not_above(p, 1, k, kL, r);
 }
 
-bool Btree::locate(const char* kc, int kL) {
+bool Btree::locate(const char* kc, int kL) { return seek(kc, kL, false); }
+
+// The search down the tree.  A search that precedes a change brings the data
+// page into the cache at once; a lookup reads it where it lies.
+bool Btree::seek(const char* kc, int kL, bool to_write) {
   const unsigned char* k = U(kc);
   deepest = 0;
   Btree_page* p = cache[0];
@@ -684,14 +757,15 @@ bool Btree::locate(const char* kc, int kL) {
     if (deepest + 1 >= L_Bp) {
       exut.show_int("40", L_Bp);
       exut.show_int("i", deepest);
-      errno = err::stack_too_deep;
-      exut.fail(__LINE__, SRC, "Btree too deep - augment L_Bp (1) = %i", L_Bp);
+      too_deep();
     }
     Btree_page* q = page[deepest + 1];
-    if (q && q->nr == (int32_t)son)
+    if (holds(q, son))
       touch(q);
-    else
+    else if (to_write)
       get_page(deepest + 1, son);
+    else
+      visit(deepest + 1, son);
     deepest++;
     p = page[deepest];
   }
@@ -704,78 +778,38 @@ bool Btree::locate(const char* kc, int kL) {
   return r == 0;
 }
 
-// Down from page[from_level] (an index page at its pos_m) along first cells.
-bool Btree::descend_first(int l) {
+void Btree::too_deep() {
+  errno = err::stack_too_deep;
+  exut.fail(__LINE__, SRC, "Btree too deep - augment L_Bp (1) = %i", L_Bp);
+}
+
+// Down from page[l] (an index page at its pos_m) to a data page, along the
+// first cells, or with `to_last` the last ones.  True when that page holds a
+// real key.
+bool Btree::descend(int l, bool to_last) {
   while (page[l]->t == 1) {
     uint32_t son = page[l]->cell[pos_m[l].m].surr;
     if (!son) son = 1;
-    if (l + 1 >= L_Bp) {
-      errno = err::stack_too_deep;
-      exut.fail(__LINE__, SRC, "Btree too deep - augment L_Bp (1) = %i", L_Bp);
-    }
-    Btree_page* q = page[l + 1];
-    if (!(q && q->nr == (int32_t)son)) get_page(l + 1, son);
+    if (l + 1 >= L_Bp) too_deep();
+    if (!holds(page[l + 1], son)) visit(l + 1, son);
     l++;
-    pos_m[l].m = 0;
+    pos_m[l].m = to_last ? page[l]->e - 1 : 0;
     pos_m[l].r = 1;
   }
   deepest = l;
   return page[l]->e >= 2;
 }
 
-bool Btree::descend_last(int l) {
-  while (page[l]->t == 1) {
-    uint32_t son = page[l]->cell[pos_m[l].m].surr;
-    if (!son) son = 1;
-    if (l + 1 >= L_Bp) {
-      errno = err::stack_too_deep;
-      exut.fail(__LINE__, SRC, "Btree too deep - augment L_Bp (1) = %i", L_Bp);
-    }
-    Btree_page* q = page[l + 1];
-    if (!(q && q->nr == (int32_t)son)) get_page(l + 1, son);
-    l++;
-    pos_m[l].m = page[l]->e - 1;
-    pos_m[l].r = 1;
-  }
-  deepest = l;
-  return page[l]->e >= 2;
-}
-
-// Moves the position to the next real key.  False at the end.
-bool Btree::pos_to_next() {
+// Moves the position to the next real key, or with `back` to the previous
+// one; from a miss, back is the key below the one searched.  False at the
+// end.
+bool Btree::pos_step(bool back) {
   int L = deepest;
   if (L < 1 || L >= L_Bp) return false;
-  if (pos_m[L].r < 0) broken(page[L], __LINE__, "System: Btree %s: Next of r < 0\n", name);
-  if (pos_m[L].m + 1 < page[L]->e) {
-    pos_m[L].m++;
-    pos_m[L].r = 0;
-    return true;
-  }
-  long visited = 0;
-  for (;;) {
-    int l = L - 1;
-    while (l >= 0 && pos_m[l].m + 1 >= page[l]->e) l--;
-    if (l < 0) return false;
-    pos_m[l].m++;
-    if (descend_first(l)) {
-      pos_m[deepest].m = 1;
-      pos_m[deepest].r = 0;
-      pos_mod_ = mod_;
-      return true;
-    }
-    L = deepest;  // a page that holds only its sentinel: pass it
-    if (++visited > (long)descr->last + 1)
-      broken(page[L], __LINE__, "System: Btree %s: Next does not end\n", name);
-  }
-}
-
-// Moves the position to the previous real key.  From a hit that is the key
-// before it; from a miss the key below the searched one.
-bool Btree::pos_to_prev() {
-  int L = deepest;
-  if (L < 1 || L >= L_Bp) return false;
-  int target = pos_m[L].r == 0 ? pos_m[L].m - 1 : pos_m[L].m;
-  if (target >= 1) {
+  if (!back && pos_m[L].r < 0) broken(page[L], __LINE__, "System: Btree %s: Next of r < 0\n", name);
+  int m = pos_m[L].m;
+  int target = !back ? m + 1 : pos_m[L].r == 0 ? m - 1 : m;
+  if (back ? target >= 1 : target < page[L]->e) {
     pos_m[L].m = target;
     pos_m[L].r = 0;
     return true;
@@ -783,18 +817,18 @@ bool Btree::pos_to_prev() {
   long visited = 0;
   for (;;) {
     int l = L - 1;
-    while (l >= 0 && pos_m[l].m <= 0) l--;
+    while (l >= 0 && (back ? pos_m[l].m <= 0 : pos_m[l].m + 1 >= page[l]->e)) l--;
     if (l < 0) return false;
-    pos_m[l].m--;
-    if (descend_last(l)) {
-      pos_m[deepest].m = page[deepest]->e - 1;
+    pos_m[l].m += back ? -1 : 1;
+    if (descend(l, back)) {
+      pos_m[deepest].m = back ? page[deepest]->e - 1 : 1;
       pos_m[deepest].r = 0;
       pos_mod_ = mod_;
       return true;
     }
-    L = deepest;
+    L = deepest;  // a page that holds only its sentinel: pass it
     if (++visited > (long)descr->last + 1)
-      broken(page[L], __LINE__, "System: Btree %s: Prev does not end\n", name);
+      broken(page[L], __LINE__, "System: Btree %s: %s does not end\n", name, back ? "Prev" : "Next");
   }
 }
 
@@ -860,14 +894,29 @@ bool Btree::position_ok(const Btree_st& s) const {
 // Retrieval
 // ======================================================================
 
-unsigned Btree::Get(const char* k, Btree_st& s) {
-  if (!k) exut.fail(__LINE__, SRC, "System: Btree %s: Get() of a null key\n", name);
-  return Get(k, (int)strlen(k), s);
+int Btree::key_len(const char* k, const char* op) {
+  if (!k) exut.fail(__LINE__, SRC, "System: Btree %s: %s() of a null key\n", name, op);
+  return (int)strlen(k);
 }
+
+void Btree::need_key(const char* k, int kL, const char* op) {
+  if (!k || kL < 0) exut.fail(__LINE__, SRC, "System: Btree %s: %s() of a null key\n", name, op);
+}
+
+// The key k, or the key next to it: above it, or with `back` below it.
+// With `or_k`, k itself when it is a key.
+unsigned Btree::near(Btree_st& s, const char* k, int kL, bool back, bool or_k) {
+  if (kL > max_k_L) kL = max_k_L;
+  if (locate(k, kL) && or_k) return located_key_and_data(s, __LINE__);
+  if (!pos_step(back)) return 0;
+  return located_key_and_data(s, __LINE__);
+}
+
+unsigned Btree::Get(const char* k, Btree_st& s) { return Get(k, key_len(k, "Get"), s); }
 
 unsigned Btree::Get(const char* k, int kL, Btree_st& s) {
   ENTER("Get");
-  if (!k || kL < 0) exut.fail(__LINE__, SRC, "System: Btree %s: Get() of a null key\n", name);
+  need_key(k, kL, "Get");
   if (kL > max_k_L)
     exut.fail(__LINE__, SRC, "System: Btree.Get(): no such long keys in Btree: %.280s ...", k);
   if (!locate(k, kL)) {
@@ -883,14 +932,11 @@ unsigned Btree::Get(int nr, Btree_st& s) {
   return Get(b, n, s);
 }
 
-unsigned Btree::contains(const char* k) {
-  if (!k) exut.fail(__LINE__, SRC, "System: Btree %s: contains() of a null key\n", name);
-  return contains(k, (int)strlen(k));
-}
+unsigned Btree::contains(const char* k) { return contains(k, key_len(k, "contains")); }
 
 unsigned Btree::contains(const char* k, int kL) {
   ENTER("contains");
-  if (!k || kL < 0) exut.fail(__LINE__, SRC, "System: Btree %s: contains() of a null key\n", name);
+  need_key(k, kL, "contains");
   if (kL > max_k_L) return 0;
   return locate(k, kL) ? surr : 0;
 }
@@ -900,7 +946,7 @@ unsigned Btree::contains(const Btree_st& s) { return contains(s.k, s.k_L); }
 unsigned Btree::GetFirst(Btree_st& s) {
   ENTER("GetFirst");
   locate("", 0);
-  if (!pos_to_next()) return 0;
+  if (!pos_step(false)) return 0;
   return located_key_and_data(s, __LINE__);
 }
 
@@ -911,30 +957,27 @@ unsigned Btree::GetLast(Btree_st& s) {
   pos_m[0].m = cache[0]->e - 1;
   pos_m[0].r = 1;
   pos_mod_ = mod_;
-  if (descend_last(0)) {
+  if (descend(0, true)) {
     pos_m[deepest].m = page[deepest]->e - 1;
     pos_m[deepest].r = 0;
     return located_key_and_data(s, __LINE__);
   }
   pos_m[deepest].m = 0;
   pos_m[deepest].r = 1;
-  if (!pos_to_prev()) return 0;
+  if (!pos_step(true)) return 0;
   return located_key_and_data(s, __LINE__);
 }
 
 unsigned Btree::Next(Btree_st& s) {
   ENTER("Next");
   if (!position_ok(s)) return GetNext(s, s.k, s.k_L);
-  if (!pos_to_next()) return 0;
+  if (!pos_step(false)) return 0;
   return located_key_and_data(s, __LINE__);
 }
 
 unsigned Btree::GetNext(Btree_st& s) { return GetNext(s, s.k, s.k_L); }
 
-unsigned Btree::GetNext(Btree_st& s, const char* k) {
-  if (!k) return GetNext(s, k, 0);
-  return GetNext(s, k, (int)strlen(k));
-}
+unsigned Btree::GetNext(Btree_st& s, const char* k) { return GetNext(s, k, k ? (int)strlen(k) : 0); }
 
 unsigned Btree::GetNext(Btree_st& s, const char* k, int kL) {
   ENTER("GetNext");
@@ -945,91 +988,67 @@ unsigned Btree::GetNext(Btree_st& s, const char* k, int kL) {
     exut.show_str("k", k);
     exut.fail(__LINE__, SRC, "System: precodition for Next() not established by the Btree App");
   }
-  if (kL > max_k_L) kL = max_k_L;
-  char key[256];
-  memcpy(key, k, kL);  // k may be s.k
-  locate(key, kL);
-  if (!pos_to_next()) return 0;
-  return located_key_and_data(s, __LINE__);
+  return near(s, k, kL, false, false);
 }
 
 unsigned Btree::Prev(Btree_st& s) {
   ENTER("Prev");
-  if (!position_ok(s)) {
-    // The position is gone: the key in s says where to go on from.
-    if (s.k_L < 1 || s.k_L > max_k_L)
-      exut.fail(__LINE__, SRC, "System: precodition for Prev() not established by the Btree App");
-    char key[256];
-    memcpy(key, s.k, s.k_L);
-    locate(key, s.k_L);
+  if (position_ok(s)) {
+    if (!pos_step(true)) return 0;
+    return located_key_and_data(s, __LINE__);
   }
-  if (!pos_to_prev()) return 0;
-  return located_key_and_data(s, __LINE__);
+  // The position is gone: the key in s says where to go on from.
+  if (s.k_L < 1 || s.k_L > max_k_L)
+    exut.fail(__LINE__, SRC, "System: precodition for Prev() not established by the Btree App");
+  return near(s, s.k, s.k_L, true, false);
 }
 
 unsigned Btree::GetPrev(Btree_st& s) { return GetPrev(s, s.k, s.k_L); }
 
-unsigned Btree::GetPrev(Btree_st& s, const char* k) {
-  if (!k) return GetPrev(s, k, 0);
-  return GetPrev(s, k, (int)strlen(k));
-}
+unsigned Btree::GetPrev(Btree_st& s, const char* k) { return GetPrev(s, k, k ? (int)strlen(k) : 0); }
 
 unsigned Btree::GetPrev(Btree_st& s, const char* k, int kL) {
   ENTER("GetPrev");
   if (!k || kL < 1) exut.fail(__LINE__, SRC, "System: Btree %s: GetPrev() without a key\n", name);
-  char key[256];
   if (kL > max_k_L) kL = max_k_L;
-  memcpy(key, k, kL);
-  key[kL] = 0;
-  if (!locate(key, kL)) {
-    printf("\nGetPREV of x, not found: x = %s", key);
+  if (!locate(k, kL)) {
+    printf("\nGetPREV of x, not found: x = %.*s", kL, k);
     return 0;
   }
-  if (!pos_to_prev()) return 0;
+  if (!pos_step(true)) return 0;
   return located_key_and_data(s, __LINE__);
 }
 
 unsigned Btree::Getmin_GE(Btree_st& s, const char* k) {
-  if (!k) exut.fail(__LINE__, SRC, "System: Btree %s: Getmin_GE() of a null key\n", name);
-  return Getmin_GE(s, k, (int)strlen(k));
+  return Getmin_GE(s, k, key_len(k, "Getmin_GE"));
 }
 
 unsigned Btree::Getmin_GE(Btree_st& s, const char* k, int kL) {
   ENTER("Getmin_GE");
-  if (!k || kL < 0) exut.fail(__LINE__, SRC, "System: Btree %s: Getmin_GE() of a null key\n", name);
-  if (kL > max_k_L) kL = max_k_L;
-  if (locate(k, kL)) return located_key_and_data(s, __LINE__);
-  if (!pos_to_next()) return 0;
-  return located_key_and_data(s, __LINE__);
+  need_key(k, kL, "Getmin_GE");
+  return near(s, k, kL, false, true);
 }
 
 unsigned Btree::Getmin_GR(Btree_st& s, const char* k) {
-  if (!k) exut.fail(__LINE__, SRC, "System: Btree %s: Getmin_GR() of a null key\n", name);
-  return Getmin_GR(s, k, (int)strlen(k));
+  return Getmin_GR(s, k, key_len(k, "Getmin_GR"));
 }
 
 unsigned Btree::Getmin_GR(Btree_st& s, const char* k, int kL) {
   ENTER("Getmin_GR");
-  if (!k || kL < 0) exut.fail(__LINE__, SRC, "System: Btree %s: Getmin_GR() of a null key\n", name);
-  if (kL > max_k_L) kL = max_k_L;
-  locate(k, kL);
-  if (!pos_to_next()) return 0;
-  return located_key_and_data(s, __LINE__);
+  need_key(k, kL, "Getmin_GR");
+  return near(s, k, kL, false, false);
 }
 
 unsigned Btree::Getmax_LE(Btree_st& s, const char* k) {
-  if (!k) exut.fail(__LINE__, SRC, "System: Btree %s: Getmax_LE() of a null key\n", name);
-  return Getmax_LE(s, k, (int)strlen(k));
+  return Getmax_LE(s, k, key_len(k, "Getmax_LE"));
 }
 
 unsigned Btree::Getmax_LE(Btree_st& s, const char* k, int kL) {
   ENTER("Getmax_LE");
-  if (!k || kL < 0) exut.fail(__LINE__, SRC, "System: Btree %s: Getmax_LE() of a null key\n", name);
+  need_key(k, kL, "Getmax_LE");
   if (kL > max_k_L) kL = max_k_L;
-  if (locate(k, kL)) return located_key_and_data(s, __LINE__);
-  if (!pos_to_prev()) return 0;
-  unsigned x = located_key_and_data(s, __LINE__);
-  if (cmp_bytes(U(s.k), s.k_L, U(k), kL) > 0) {
+  unsigned x = near(s, k, kL, true, true);
+  if (x && cmp_bytes(U(s.k), s.k_L, U(k), kL) > 0) {
     trace("Btree", stdout);
     exut.fail(__LINE__, SRC, "System: Btree %s: Getmax_LE() found a greater key\n", name);
   }
@@ -1037,17 +1056,13 @@ unsigned Btree::Getmax_LE(Btree_st& s, const char* k, int kL) {
 }
 
 unsigned Btree::Getmax_LS(Btree_st& s, const char* k) {
-  if (!k) exut.fail(__LINE__, SRC, "System: Btree %s: Getmax_LS() of a null key\n", name);
-  return Getmax_LS(s, k, (int)strlen(k));
+  return Getmax_LS(s, k, key_len(k, "Getmax_LS"));
 }
 
 unsigned Btree::Getmax_LS(Btree_st& s, const char* k, int kL) {
   ENTER("Getmax_LS");
-  if (!k || kL < 0) exut.fail(__LINE__, SRC, "System: Btree %s: Getmax_LS() of a null key\n", name);
-  if (kL > max_k_L) kL = max_k_L;
-  locate(k, kL);
-  if (!pos_to_prev()) return 0;
-  return located_key_and_data(s, __LINE__);
+  need_key(k, kL, "Getmax_LS");
+  return near(s, k, kL, true, false);
 }
 
 unsigned Btree::Getmin_At(Btree_st& s, const char* prefix) {
@@ -1249,7 +1264,7 @@ char Btree::ins_core(char do_this, const unsigned char* k, int kL, const unsigne
                 round);
     }
     e_extra = 0;
-    bool found = locate(kc, kL);
+    bool found = seek(kc, kL, true);
     int L = deepest;
     Btree_page* p = page[L];
     int m = pos_m[L].m;
@@ -1277,6 +1292,8 @@ char Btree::ins_core(char do_this, const unsigned char* k, int kL, const unsigne
       return 0;
     }
     if (mode == 'u' && d_T == 1) return 'u';
+    own(L);
+    p = page[L];
     bool insert = mode == 'i';
     int dl = d_T == 1 ? 0 : dL;
     int dt = d_T == 1 ? 0 : d_T;
@@ -1552,6 +1569,15 @@ void Btree::into_father(int level, const unsigned char* key, int L, uint32_t son
     exut.show_int("p->nr", f->nr);
     broken(f, __LINE__, "System: Btree %s: separator outside the father's prefix\n", name);
   }
+  if (f->h - 8 * f->e >= L + 9)
+    put_separator(f, key, L, son);
+  else
+    split_index(level, key, L, son);
+}
+
+// Puts the separator of page `son` in its place in the index page f, which
+// has room for it.
+void Btree::put_separator(Btree_page* f, const unsigned char* key, int L, uint32_t son) {
   int m, r;
   ipos(f, key, L, m, r);
   if (m >= f->e) {
@@ -1565,11 +1591,7 @@ void Btree::into_father(int level, const unsigned char* key, int L, uint32_t son
            son, m);
     trac1_page(f, stdout);
   }
-  int pos = r < 0 ? 0 : m + 1;
-  if (f->h - 8 * f->e >= L + 9)
-    insert_icell(f, pos, key, L, son);
-  else
-    split_index(level, key, L, son);
+  insert_icell(f, r < 0 ? 0 : m + 1, key, L, son);
 }
 
 // Splits the full index page at `level` and inserts the pending separator.
@@ -1615,24 +1637,14 @@ void Btree::split_index(int level, const unsigned char* key, int L, uint32_t son
   const unsigned char* km = key_at(P, mid);
   reorganize(P, mid, common_len(k0 + 1, k0[0], km + 1, km[0]));
   Btree_page* target = cmp_bytes(key, L, first, firstL) >= 0 ? neu : P;
-  int m, r;
-  ipos(target, key, L, m, r);
-  if (r == 0) {
-    printf("\nEintrag existiert schon - arbeiten wir mit der alten\nVersion einer per split_data() "
-           "reduzierten Seite? Wenn\nja, ist der Eintrag im Vater schon da: son = %u, m = %i\n",
-           son, m);
-  }
-  insert_icell(target, r < 0 ? 0 : m + 1, key, L, son);
+  put_separator(target, key, L, son);
   into_father(level - 1, first, firstL, (uint32_t)neu->nr);
 }
 
 // Page 0 stays the root: its content moves to a new page one level down.
 void Btree::split_root(const unsigned char* key, int L, uint32_t son) {
   int height = ins_level_;
-  if (height + 1 >= L_Bp) {
-    errno = err::stack_too_deep;
-    exut.fail(__LINE__, SRC, "Btree too deep - augment L_Bp (1) = %i", L_Bp);
-  }
+  if (height + 1 >= L_Bp) too_deep();
   Btree_page* q = new_page();
   int32_t qnr = q->nr;
   memcpy(static_cast<void*>(q), cache[0], sizeof *q);
@@ -1663,10 +1675,7 @@ void Btree::split_root(const unsigned char* key, int L, uint32_t son) {
 // Removal
 // ======================================================================
 
-unsigned Btree::Rem(const char* k) {
-  if (!k) exut.fail(__LINE__, SRC, "System: Btree %s: Rem() of a null key\n", name);
-  return Rem(k, (int)strlen(k));
-}
+unsigned Btree::Rem(const char* k) { return Rem(k, key_len(k, "Rem")); }
 
 unsigned Btree::Rem(int nr) {
   char b[20];
@@ -1678,12 +1687,13 @@ unsigned Btree::Rem(const Btree_st& s) { return Rem(s.k, s.k_L); }
 
 unsigned Btree::Rem(const char* k, int kL) {
   ENTER("Rem");
-  if (!k || kL < 0) exut.fail(__LINE__, SRC, "System: Btree %s: Rem() of a null key\n", name);
+  need_key(k, kL, "Rem");
   if (kL > max_k_L) return 0;
   not_read_only("Rem");
   e_extra = 0;
-  if (!locate(k, kL)) return 0;
+  if (!seek(k, kL, true)) return 0;
   int L = deepest;
+  own(L);
   Btree_page* p = page[L];
   int m = pos_m[L].m;
   unsigned res = p->cell[m].surr;
@@ -1894,26 +1904,36 @@ unsigned Btree::InsPath(char do_this, const char* path, const char* d, unsigned 
   return InsPath(do_this, path, path ? (int)strlen(path) : 0, d, (int)strlen(d), 2, root);
 }
 
-unsigned Btree::InsPath(char do_this, const char* path, int L, const char* d, int dL, int d_T,
-                        unsigned root) {
-  ENTER("InsPath");
+// Walks a path to its last step: the steps before it are looked up, or with
+// `make` ensured.  Gives the last step's key, and false when a step is missing.
+bool Btree::path_to_last(const char* path, int L, unsigned root, bool make, unsigned char* key,
+                         int& kl) {
   check_path(path, L, root);
   unsigned parent = root;
-  unsigned char key[300];
   int at = 1;
   for (;;) {
     const char* slash = static_cast<const char*>(memchr(path + at, '/', L - at));
     int end = slash ? (int)(slash - path) : L;
-    int kl = step_key(key, parent, path + at, end - at);
+    kl = step_key(key, parent, path + at, end - at);
+    if (!slash) return true;
     const char* kc = reinterpret_cast<const char*>(key);
-    if (slash) {
-      if (!Ins('e', kc, kl, nullptr, 0, 0)) return 0;
+    if (make) {
+      if (!Ins('e', kc, kl, nullptr, 0, 0)) return false;
       parent = surr;
-      at = end + 1;
-    } else {
-      return Ins(do_this, kc, kl, d, dL, d_T) ? surr : 0;
+    } else if (!(parent = contains(kc, kl))) {
+      return false;
     }
+    at = end + 1;
   }
+}
+
+unsigned Btree::InsPath(char do_this, const char* path, int L, const char* d, int dL, int d_T,
+                        unsigned root) {
+  ENTER("InsPath");
+  unsigned char key[300];
+  int kl;
+  if (!path_to_last(path, L, root, true, key, kl)) return 0;
+  return Ins(do_this, reinterpret_cast<const char*>(key), kl, d, dL, d_T) ? surr : 0;
 }
 
 unsigned Btree::GetPath(const char* path, Btree_st& s, unsigned root) {
@@ -1922,22 +1942,13 @@ unsigned Btree::GetPath(const char* path, Btree_st& s, unsigned root) {
 
 unsigned Btree::GetPath(const char* path, int L, Btree_st& s, unsigned root) {
   ENTER("GetPath");
-  check_path(path, L, root);
-  unsigned parent = root;
   unsigned char key[300];
-  int at = 1;
-  for (;;) {
-    const char* slash = static_cast<const char*>(memchr(path + at, '/', L - at));
-    int end = slash ? (int)(slash - path) : L;
-    int kl = step_key(key, parent, path + at, end - at);
-    const char* kc = reinterpret_cast<const char*>(key);
-    if (!slash) return Get(kc, kl, s);
-    if (!(parent = contains(kc, kl))) {
-      miss_into(s, nullptr, 0);
-      return 0;
-    }
-    at = end + 1;
+  int kl;
+  if (!path_to_last(path, L, root, false, key, kl)) {
+    miss_into(s, nullptr, 0);
+    return 0;
   }
+  return Get(reinterpret_cast<const char*>(key), kl, s);
 }
 
 unsigned Btree::containsPath(const char* path, unsigned root) {
@@ -1948,20 +1959,10 @@ unsigned Btree::containsPath(const char* path, unsigned root) {
 
 unsigned Btree::RemPath(const char* path, unsigned root) {
   ENTER("RemPath");
-  int L = path ? (int)strlen(path) : 0;
-  check_path(path, L, root);
-  unsigned parent = root;
   unsigned char key[300];
-  int at = 1;
-  for (;;) {
-    const char* slash = static_cast<const char*>(memchr(path + at, '/', L - at));
-    int end = slash ? (int)(slash - path) : L;
-    int kl = step_key(key, parent, path + at, end - at);
-    const char* kc = reinterpret_cast<const char*>(key);
-    if (!slash) return Rem(kc, kl);
-    if (!(parent = contains(kc, kl))) return 0;
-    at = end + 1;
-  }
+  int kl;
+  if (!path_to_last(path, path ? (int)strlen(path) : 0, root, false, key, kl)) return 0;
+  return Rem(reinterpret_cast<const char*>(key), kl);
 }
 
 char Btree::InsAtSurr(unsigned s, char do_this, const char* d, int dL, int d_T) {

@@ -8,6 +8,14 @@
 // File format (little-endian): page `nr` lies at byte nr * 4100.  Page 0 is
 // always the root and holds the tree descriptor at offset 4052.  See
 // Btree_page and Btree_descr below.
+//
+// Pages of a file tree: the cache holds up to 400 of them, page 0 always, and
+// every page that is changed lives there until it is written back (when its
+// slot is needed, on commit and on destruction).  Once the tree reads from its
+// file, the file is also seen through a shared view in memory: a page comes
+// into the cache by a copy from the view, goes back by a copy into it, and a
+// data page that a lookup or an iteration only reads is used where it lies in
+// the view, taking no slot.
 #pragma once
 
 #include <cstddef>
@@ -195,6 +203,7 @@ class Btree : public standard {
   int read_only = 0;
   int temporary = 0;
   int quiet = 0;  // no show of a refused insertion or update
+  int no_view = 0;  // pages only through read_at and write_at, never a view
   unsigned surr = 0;
   Btree_st st;
 
@@ -205,25 +214,37 @@ class Btree : public standard {
   void check_descr();
   Btree_page* alloc_page();
   void get_page(int i, uint32_t nr);
+  void visit(int i, uint32_t nr);
+  bool holds(const Btree_page* q, uint32_t nr) const;
+  bool in_view(const Btree_page* q) const;
+  void own(int i);
   Btree_page* new_page();
   void to_memory_overflow();
   int evict(int i);
   bool pinned(const Btree_page* p) const;
   void to_Disk(int slot);
+  void read_page(uint32_t nr, Btree_page* p);
+  bool view(long end);
+  void unmap();
   void validate_loaded(const Btree_page* p);
   void touch(const Btree_page* p);
   void to_extra(Btree_page* p);
   void close_file(bool write);
+  void write_dirty();
+  void create_file();
 
   // Positions.
+  bool seek(const char* k, int kL, bool to_write);
   void ipos(const Btree_page* p, const unsigned char* k, int kL, int& m, int& r);
   void dpos(const Btree_page* p, const unsigned char* k, int kL, int& m, int& r);
-  bool pos_to_next();
-  bool pos_to_prev();
-  bool descend_first(int from_level);
-  bool descend_last(int from_level);
+  bool pos_step(bool back);
+  bool descend(int l, bool to_last);
+  [[noreturn]] void too_deep();
   bool position_ok(const Btree_st& s) const;
   unsigned located_key_and_data(Btree_st& st, int line);
+  unsigned near(Btree_st& st, const char* k, int kL, bool back, bool or_k);
+  int key_len(const char* k, const char* op);
+  void need_key(const char* k, int kL, const char* op);
   void miss_into(Btree_st& st, const char* k, int kL);
 
   // Writing.
@@ -237,6 +258,7 @@ class Btree : public standard {
   void split_index(int level, const unsigned char* key, int L, uint32_t son);
   void split_root(const unsigned char* key, int L, uint32_t son);
   void insert_icell(Btree_page* p, int pos, const unsigned char* key, int L, uint32_t son);
+  void put_separator(Btree_page* f, const unsigned char* key, int L, uint32_t son);
   void not_read_only(const char* what);
 
   // Long values.
@@ -248,21 +270,26 @@ class Btree : public standard {
   // Paths.
   void check_path(const char* path, int L, unsigned root);
   int step_key(unsigned char* out, unsigned parent, const char* step, int n);
+  bool path_to_last(const char* path, int L, unsigned root, bool make, unsigned char* key, int& kl);
 
   // Relations.
   int trans_pass(bool deep);
+  int trans_step(const char* a, const char* b, bool deep);
 
   static void enter(const char* method);
   [[noreturn]] void broken(const Btree_page* p, int line, const char* format, ...)
       __attribute__((format(printf, 4, 5)));
 
   std::vector<int32_t> slot_of_;  // file trees: page number -> cache slot, -1 if absent
-  std::vector<bool> written_;     // pages this object wrote: read back without a check
-  uint8_t ref_[L_Cp] = {};      // recent use of each slot (clock replacement)
-  int hand_ = 1;                // the clock's hand
-  long file_len_ = 0;          // bytes of the file that hold pages
-  int ins_level_ = 0;          // level of the data page that a split starts from
-  unsigned long mod_ = 0;      // counts changes; a position is valid for one value
-  unsigned long pos_mod_ = 0;  // value of mod_ when the position was read
-  bool memory_ = true;         // pages live at cache[nr]
+  std::vector<bool> sound_;       // pages in the file that were written or checked
+  uint8_t ref_[L_Cp] = {};        // recent use of each slot (clock replacement)
+  int hand_ = 1;                  // the clock's hand
+  long file_len_ = 0;             // bytes of the file that hold pages
+  unsigned char* map_ = nullptr;  // the view of the file, or null
+  long map_len_ = 0;              // bytes of the view (may pass the file's end)
+  bool map_off_ = false;          // the file cannot be mapped: read_at, write_at
+  int ins_level_ = 0;             // level of the data page that a split starts from
+  unsigned long mod_ = 0;         // counts changes; a position is valid for one value
+  unsigned long pos_mod_ = 0;     // value of mod_ when the position was read
+  bool memory_ = true;            // pages live at cache[nr]
 };

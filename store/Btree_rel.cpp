@@ -60,27 +60,18 @@ Btree* Btree::invers() {
 
 int Btree::become_trans(const char* a, const char* b) {
   ENTER("become_trans");
-  char A[600], B[600];
-  int AL = snprintf(A, sizeof A, "%s~", a);
-  int BL = snprintf(B, sizeof B, "%s~", b);
-  if (AL > max_k_L || BL > max_k_L) return 0;
-  Btree_st s;
-  int n = 0;
-  for (unsigned x = Getmin_GE(s, B, BL); x && s.k_L >= BL && !memcmp(s.k, B, BL); x = Next(s)) {
-    int tl = s.k_L - BL;
-    if (AL + tl > max_k_L) continue;
-    memcpy(A + AL, s.k + BL, tl);
-    A[AL + tl] = 0;
-    if (!contains(A, AL + tl)) {
-      StrIns('e', A);
-      n++;
-    }
-  }
-  return n;
+  return trans_step(a, b, false);
 }
 
 int Btree::become_deep_trans(const char* a, const char* b) {
   ENTER("become_deep_trans");
+  return trans_step(a, b, true);
+}
+
+// For every pair "b~x" adds "a~x" when it is missing; returns how many were
+// added.  In a deep relation the data is "<depth>~<text>", and the new pair
+// gets the depth one more.
+int Btree::trans_step(const char* a, const char* b, bool deep) {
   char A[600], B[600];
   int AL = snprintf(A, sizeof A, "%s~", a);
   int BL = snprintf(B, sizeof B, "%s~", b);
@@ -93,7 +84,11 @@ int Btree::become_deep_trans(const char* a, const char* b) {
     memcpy(A + AL, s.k + BL, tl);
     A[AL + tl] = 0;
     if (contains(A, AL + tl)) continue;
-    // The depth stands in front of the first "~" of the data, the text behind it.
+    if (!deep) {
+      StrIns('e', A);
+      n++;
+      continue;
+    }
     const char* c = s.c;
     if (*c < '0' || *c > '9') {
       exut.show_str("st.k", s.k);
@@ -117,7 +112,7 @@ int Btree::trans_pass(bool deep) {
     char* t = static_cast<char*>(memchr(s.k, '~', s.k_L));
     if (!t) not_a_relation(s);
     *t = 0;
-    added += deep ? become_deep_trans(s.k, t + 1) : become_trans(s.k, t + 1);
+    added += trans_step(s.k, t + 1, deep);
     *t = '~';
   }
   return added;

@@ -169,6 +169,7 @@ TEST(SignalsDeathTest, HardFaultsEndInTheReport) {
   EXPECT_EXIT(fault_with(SIGTERM), testing::ExitedWithCode(1), "errno = 549");
   EXPECT_EXIT(fault_with(SIGFPE), testing::ExitedWithCode(1), "errno = 546");
   EXPECT_EXIT(fault_with(SIGABRT), testing::ExitedWithCode(1), "errno = 545");
+  EXPECT_EXIT(fault_with(SIGBUS), testing::ExitedWithCode(1), "errno = 550");
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <functional>
 #include <set>
 #include <string>
 
@@ -14,19 +13,7 @@
 
 namespace {
 
-std::string failure_of(const std::function<void()>& f) {
-  testing::internal::CaptureStdout();
-  bool threw = false;
-  try {
-    f();
-  } catch (const char*) {
-    threw = true;
-  }
-  std::string out = testing::internal::GetCapturedStdout();
-  exut.reset_after_failure();
-  EXPECT_TRUE(threw) << out;
-  return out;
-}
+using testutil::failure_of;
 
 std::string keys_of(Btree& t) {
   std::string all;

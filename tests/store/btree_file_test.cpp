@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <functional>
 #include <string>
 
 #include "runtime/exec_ut.h"
@@ -13,20 +12,7 @@
 
 namespace {
 
-// Runs f, which must fail; returns what the failure printed.
-std::string failure_of(const std::function<void()>& f) {
-  testing::internal::CaptureStdout();
-  bool threw = false;
-  try {
-    f();
-  } catch (const char*) {
-    threw = true;
-  }
-  std::string out = testing::internal::GetCapturedStdout();
-  exut.reset_after_failure();
-  EXPECT_TRUE(threw) << out;
-  return out;
-}
+using testutil::failure_of;
 
 uint32_t u32(const std::string& b, size_t at) {
   uint32_t v;

@@ -2,7 +2,6 @@
 // paths, the menu read from it, and the outline page.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 
 #include "runtime/exec_ut.h"
@@ -11,19 +10,7 @@
 
 namespace {
 
-std::string failure_of(const std::function<void()>& f) {
-  testing::internal::CaptureStdout();
-  bool threw = false;
-  try {
-    f();
-  } catch (const char*) {
-    threw = true;
-  }
-  std::string out = testing::internal::GetCapturedStdout();
-  exut.reset_after_failure();
-  EXPECT_TRUE(threw) << out;
-  return out;
-}
+using testutil::failure_of;
 
 int count_of(const std::string& s, const std::string& t) {
   int n = 0;
