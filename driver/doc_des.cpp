@@ -7,9 +7,11 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <string>
 
 #include "driver/exp_mi.h"
@@ -119,7 +121,52 @@ bool web_address(const std::string& s) {
   return begins(s, "www.") || begins_nocase(s, "http://") || begins_nocase(s, "https://");
 }
 
+// Sets the value of `k` in a tree of DocDes; a value longer than a tree
+// takes is cut (a dead link is better than a failed run).
+void put(Btree& t, const std::string& k, const std::string& v) {
+  std::string key = DocDes::tree_key(k);
+  if (key.empty()) return;
+  std::string val = v.substr(0, std::min(strlen(v.c_str()), (size_t)Btree::max_data));
+  t.StrIns('e', key.c_str(), val.c_str());
+}
+
+void put(Btree& t, const std::string& k) {
+  std::string key = DocDes::tree_key(k);
+  if (!key.empty()) t.StrIns('e', key.c_str());
+}
+
+bool holds(Btree& t, const std::string& k) {
+  std::string key = DocDes::tree_key(k);
+  return !key.empty() && t.contains(key.c_str()) != 0;
+}
+
+// An in-memory tree of DocDes: named for failure reports, silent about
+// refused insertions.
+void prepare(Btree& t, const char* name) {
+  t.name = name;
+  t.quiet = 1;
+}
+
 }  // namespace
+
+std::string DocDes::tree_key(const std::string& k) {
+  constexpr size_t head = 235;  // + "#" + 16 hex digits = 252
+  size_t n = strlen(k.c_str());
+  if (n <= 252) return k.substr(0, n);
+  uint64_t h = 1469598103934665603ull;  // FNV-1a
+  for (size_t i = 0; i < n; i++) h = (h ^ (unsigned char)k[i]) * 1099511628211ull;
+  char tail[20];
+  snprintf(tail, sizeof tail, "#%016llx", (unsigned long long)h);
+  return k.substr(0, head) + tail;
+}
+
+std::optional<std::string> DocDes::value_in(Btree& t, const std::string& k) {
+  std::string key = tree_key(k);
+  if (key.empty()) return std::nullopt;
+  Btree_st st;
+  if (!t.Get(key.c_str(), st)) return std::nullopt;
+  return std::string(st.c);
+}
 
 // The installation folder: the first PATH entry named ut_brelmot or holding
 // it, else the one beside the program, else the shared one of an installed
@@ -150,6 +197,17 @@ DocDes::DocDes() : comms(1) {
   started = safe_uts::now();
   const char* nt = safe_uts::env_lookup("is_NT");
   copy_flags = nt && nt[0] == '1' ? "/S/E/V > NUL" : "/S/E/C/H/R/Y > NUL";
+  prepare(internet, "internet");
+  prepare(titles, "titles");
+  prepare(visited, "visited");
+  prepare(pic_folders, "pic_folders");
+  prepare(closure_targets, "closure_targets");
+  prepare(links, "links");
+  prepare(card_names, "card_names");
+  prepare(topic_tree, "topic_tree");
+  prepare(targets, "targets");
+  prepare(engine_keys, "engine_keys");
+  prepare(remarks, "remarks");
   stops.insert("</tr>");
   stops.insert("_");
   prefix_set.fill(false);
@@ -159,7 +217,18 @@ DocDes::DocDes() : comms(1) {
     exut.fail(__LINE__, SRC, "User: Installation folder ut_brelmot is not subfolder of a PATH folder.");
 }
 
-DocDes::~DocDes() = default;
+DocDes::~DocDes() {
+  // A tree that holds long values reports them when it is destroyed, a
+  // check meant for trees kept in files; these trees end with the run, so
+  // they are emptied first.
+  for (Btree* t : {&internet, &titles, &visited, &pic_folders, &closure_targets, &links,
+                   &card_names, &topic_tree, &targets, &engine_keys, &remarks})
+    try {
+      t->init(nullptr, 0);
+    } catch (const char*) {
+      exut.reset_after_failure();
+    }
+}
 
 void DocDes::count_error() { errors++; }
 
@@ -422,7 +491,7 @@ void DocDes::command_topic(char c, const std::string& rest) {
   std::string key = std::to_string(group) + "/";
   std::string head = key, path, wname;
   if (c == 'F' || c == 'f') {
-    topic_tree[key] = rest;
+    put(topic_tree, key, rest);
     head = rest.empty() ? key : rest;
   } else {
     size_t colon = rest.find(':', rest.size() > 2 ? 2 : 0);
@@ -445,7 +514,7 @@ void DocDes::command_topic(char c, const std::string& rest) {
       wname = path.substr(x + 3);
       wname = wname.substr(0, wname.find('/'));
       if (!wname.empty()) wname[0] = (char)toupper((unsigned char)wname[0]);
-      topic_tree["u." + key + wname] = path;
+      put(topic_tree, "u." + key + wname, path);
     }
   }
   std::string text;
@@ -487,10 +556,10 @@ void DocDes::command_link(char c, const std::string& rest) {
   std::string text;
   bool any = false;
   while (sub_line(&text)) {
-    links[std::string(1, c) + " " + text] = url;
+    put(links, std::string(1, c) + " " + text, url);
     any = true;
   }
-  if (!any) links[std::string(1, c) + " " + url] = url;
+  if (!any) put(links, std::string(1, c) + " " + url, url);
   if (c == 'C') C_links++;
   if (c == 'R') R_links++;
 }
@@ -712,7 +781,7 @@ void DocDes::command_doc(char c, const std::string& line, const std::string& res
       if (clean) return;
     } else {
       std::string key = "D_(" + file + ")";
-      if (targets.count(key)) {
+      if (holds(targets, key)) {
         printf("\nW a r n i n g :  More than once: %s", file.c_str());
         fragment.r = nullptr;
         comms.pop_back();
@@ -720,7 +789,7 @@ void DocDes::command_doc(char c, const std::string& line, const std::string& res
         safe_ut.rm_tree(dir.c_str());
         return;
       }
-      if (r.com != 'a') targets[key] = r.nr + "/" + file;
+      if (r.com != 'a') put(targets, key, r.nr + "/" + file);
     }
   }
   if (clean) return;
@@ -745,19 +814,19 @@ void DocDes::title_lines(int n, char c, const std::string& line) {
       continue;
     }
     if (!r.pdf.empty()) text += " (pdf)";
-    if (titles.count(text)) {
+    if (holds(titles, text)) {
       printf("\nAppError, used more than once: %s\n", text.c_str());
       count_error();
       text += " [" + r.nr + "]";
     }
-    titles[text] = n;
+    put(titles, text, std::to_string(n));
     if (r.title == "?") r.title = text;
     any = true;
   }
   if (!any && !clean) {
     printf("\nApp error: -%c %s\n           No semi title for this file.\n", c,
            trim(line.substr(2)).c_str());
-    remarks[line] = "?No semi title";
+    put(remarks, line, "?No semi title");
   }
 }
 
@@ -788,7 +857,7 @@ void DocDes::take_snapshot(int n, char c, const std::string& rest) {
     if (safe_ut.ok_is_a(snap.c_str()) != 'f' && make_snapshot(r.src, publish, wanted))
       snap = safe_ut.real_name(wanted.c_str());
     if (safe_ut.ok_is_a(snap.c_str()) != 'f') {
-      remarks[cur_line] = "?HTML Version not found";
+      put(remarks, cur_line, "?HTML Version not found");
       printf("\nApp error: -%c %s\n           not found: %s\n", c, rest.c_str(), wanted.c_str());
       count_error();
       return;
@@ -845,7 +914,7 @@ void DocDes::clean_snapshot(int n, const std::string& htm) {
 
 // ------------------------------------------------------------------- intake
 
-std::optional<std::string> DocDes::abs_path(const char* path, tree& remarks) {
+std::optional<std::string> DocDes::abs_path(const char* path, Btree& remarks) {
   enter("DocDes.abs_path");
   std::string p = slashes(path ? path : "");
   if (!begins(p, "0/") && (p.empty() || !isdigit((unsigned char)p[0]))) return p;
@@ -864,7 +933,7 @@ std::optional<std::string> DocDes::abs_path(const char* path, tree& remarks) {
     }
     return prefix[n] + rest;
   }
-  remarks[cur_line] = "?Path prefix not specified";
+  put(remarks, cur_line, "?Path prefix not specified");
   printf("\nApp error: -%c %s\n           Path prefix not specified.\n", cur_c ? cur_c : '?', path);
   count_error();
   return std::nullopt;
@@ -887,7 +956,8 @@ std::string DocDes::ensure_src(int n, const std::string& src, const std::string&
     errno = err::not_a_path;
     exut.fail(__LINE__, SRC, "User: a folder is no document: %s\n", src.c_str());
   }
-  tree local;
+  // Title -> file of the pattern; a table of this call only.
+  std::map<std::string, std::string> local;
   std::string result = src;
   if (src.find('*') != std::string::npos) {
     // A folder pattern: its files are listed on a page of their own.
@@ -925,8 +995,8 @@ std::string DocDes::ensure_src(int n, const std::string& src, const std::string&
     std::string top = absolute(src);
     local_dir = safe_ut.cwd();
     safe_ut.change_dir(docDir.c_str());
-    visited.clear();
-    closure_targets.clear();
+    visited.init(nullptr, 0);
+    closure_targets.init(nullptr, 0);
     closure_nr = 0;
     htm_closure(true, n, top);
     for (const std::string& name : safe_ut.list_dir("."))
@@ -940,8 +1010,8 @@ std::string DocDes::ensure_src(int n, const std::string& src, const std::string&
     result = docDir + "/" + base_of(top);
   }
   for (const auto& [title, file] : local)
-    if (closure_targets.count(lower(file)))
-      engine_keys["*" + std::to_string(n) + "/" + title] = closure_targets[lower(file)];
+    if (std::optional<std::string> name = value_in(closure_targets, lower(file)))
+      put(engine_keys, "*" + std::to_string(n) + "/" + title, *name);
   return result;
 }
 
@@ -963,20 +1033,20 @@ void DocDes::htm_closure(bool top, int n, const std::string& path) {
   enter("DocDes.htm_closure");
   std::string p = path.substr(0, path.find('#'));
   std::string lext = lower(ext_of(p));
-  if (lext.empty() || visited.count(p)) return;
+  if (lext.empty() || holds(visited, p)) return;
   if (lext != ".htm" && lext != ".html") return;
   printf("\n%i - htm_closure: %s\n", n, p.c_str());
-  visited.insert(p);
+  put(visited, p);
   if (base_of(p).empty()) {
     errno = err::not_a_path;
     exut.fail(__LINE__, SRC, "System: htm_closure( %s ): no file name\n", p.c_str());
   }
   if (top) safe_ut.ensure_dir("pic");
   std::string key = lower(base_of(p));
-  if (closure_targets.count(key)) return;
+  if (holds(closure_targets, key)) return;
   std::string name =
       top ? base_of(p) : "_" + std::to_string(n) + "_" + std::to_string(++closure_nr) + ".htm";
-  closure_targets[key] = name;
+  put(closure_targets, key, name);
   files_to_docDir(p, name, n);
 }
 
@@ -1049,7 +1119,7 @@ void DocDes::files_to_docDir(const std::string& htm, const std::string& to, int 
     if (path.empty()) continue;
     if (begins_nocase(path, "http:/") || begins_nocase(path, "https:/") ||
         begins_nocase(path, "ftp:/")) {
-      internet[path] = htm;
+      put(internet, path, htm);
       continue;
     }
     if (begins_nocase(path, "mailto:") || begins_nocase(path, "javascript:")) continue;
@@ -1082,11 +1152,11 @@ void DocDes::files_to_docDir(const std::string& htm, const std::string& to, int 
     std::string lext = lower(ext_of(path));
     if (lext == ".htm" || lext == ".html") {
       htm_closure(false, n, path);
-    } else if (!closure_targets.count(key)) {
+    } else if (!holds(closure_targets, key)) {
       std::string name = "_" + std::to_string(n) + "_" + std::to_string(++closure_nr) +
                          (lext.empty() ? "" : lext);
       safe_ut.copy_file(name.c_str(), path.c_str());
-      closure_targets[key] = name;
+      put(closure_targets, key, name);
     }
   }
 }
@@ -1113,8 +1183,8 @@ void DocDes::href_correction(const char* htm, const char* prefix) {
     std::string now;
     if (is_src) {
       if (safe_ut.ok_is_a(("pic/" + key).c_str()) == 'f') now = std::string(prefix) + "pic/" + key;
-    } else if (closure_targets.count(key)) {
-      now = std::string(prefix) + closure_targets[key];
+    } else if (std::optional<std::string> name = value_in(closure_targets, key)) {
+      now = std::string(prefix) + *name;
     }
     if (now.empty()) continue;
     out.append(t, done, a - done);
@@ -1248,7 +1318,7 @@ void DocDes::enhance_text(const char* from, const char* to) {
   ut->ers_schmutz(to, safe_ut.file_size(to), "#\n/-", '-');
 }
 
-int DocDes::enhance_webDescr(tree& remarks, const char* conf) {
+int DocDes::enhance_webDescr(Btree& remarks, const char* conf) {
   enter("DocDes.enhance_webDescr");
   if (!conf) {
     errno = err::NULL_pointer;
@@ -1300,8 +1370,8 @@ int DocDes::enhance_webDescr(tree& remarks, const char* conf) {
       continue;
     }
     std::string l = trim(line);
-    auto rem = remarks.find(l);
-    scn += "\n" + (rem == remarks.end() ? std::string() : rem->second) + l;
+    std::optional<std::string> rem = value_in(remarks, l);
+    scn += "\n" + (rem ? *rem : std::string()) + l;
   }
   scn += "\n";
   safe_ut.write_text("xs/webConf.scn", scn);

@@ -6,12 +6,13 @@
 
 #include <array>
 #include <list>
-#include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
+
+#include "runtime/str_set.h"
+#include "store/Btree.h"
 
 class ut_htm;
 
@@ -54,8 +55,6 @@ class DocDes {
     char letter = 0;
   };
 
-  using tree = std::map<std::string, std::string>;
-
   DocDes();
   ~DocDes();
   DocDes(const DocDes&) = delete;
@@ -70,14 +69,14 @@ class DocDes {
   // Expands the configuration into xs/webConf.tmp and writes xs/webConf.scn,
   // xs/webConf.txt, xs/commands and xs/coref.txt.  Returns 0, or the exit
   // status 1 after a missing include or installation.
-  int enhance_webDescr(tree& remarks, const char* conf);
+  int enhance_webDescr(Btree& remarks, const char* conf);
   // Makes a page of the plain text `from`.
   void enhance_to_htm(std::list<std::string>* starts, const char* from, const char* to,
                       const char* startMark, bool wrap);
 
   // ---------------------------------------------------------- intake
   // The path with its prefix number replaced; nothing after an error.
-  std::optional<std::string> abs_path(const char* path, tree& remarks);
+  std::optional<std::string> abs_path(const char* path, Btree& remarks);
   std::string ensure_src(int n, const std::string& src, const std::string& titleLine,
                          const std::string& docDir);
   std::string extract_title(const std::string& def, const char* htmFile);
@@ -115,17 +114,28 @@ class DocDes {
   int errors = 0, ppts = 0, pdfs = 0, C_links = 0, R_links = 0;
   bool clean = false, check = false;
 
-  // Trees of the run, all in memory.
-  tree internet;      // absolute urls found in closures
-  std::map<std::string, int> titles;
-  std::set<std::string> visited;  // pages of a closure
-  tree closure_targets;           // lower-cased file name -> name in the document folder
-  tree links;                     // "<letter> <text>" -> url
-  tree topic_tree;
-  tree targets;                   // "D_(<file>)" -> "<n>/<file>"
-  tree engine_keys;               // "*<n>/<title>" -> file, for the engine
-  tree remarks;
-  std::set<std::string> stops;    // "</tr>", "_"
+  // Trees of the run, all in memory and quiet.  Every key goes in through
+  // tree_key, every value is cut to Btree::max_data bytes.
+  Btree internet;         // absolute url found in a closure -> the page naming it
+  Btree titles;           // title -> document number
+  Btree visited;          // pages of a closure
+  Btree pic_folders;      // picture folders "<stem>_files", "<stem>-Dateien" -> "./<n>_"
+  Btree closure_targets;  // lower-cased file name -> name in the document folder
+  Btree links;            // "<letter> <text>" -> url
+  Btree card_names;       // names that cards define; the links of href_creator
+  Btree topic_tree;       // "<group>/" -> text, "u.<group>/<Web>" -> path
+  Btree targets;          // the engine's target tree: "D_(<file>)" -> "<n>/<file>"
+  Btree engine_keys;      // "*<n>/<title>" -> file, for the engine
+  Btree remarks;          // configuration line -> remark put ahead of it
+  str_set stops{"stops"};  // "</tr>", "_"
+
+  // The key under which `k` stands in a tree of DocDes: `k` up to its first
+  // NUL, and when that is longer than a Btree key may be, its first 235
+  // bytes, "#" and 16 hex digits of a hash of the whole.  So a long path or
+  // title never fails a run, and two different long keys stay different.
+  static std::string tree_key(const std::string& k);
+  // The value stored under `k`, or nullopt.
+  static std::optional<std::string> value_in(Btree& t, const std::string& k);
 
   // The document engine.
   std::unique_ptr<ut_htm> ut;

@@ -35,6 +35,9 @@ void word_doc(const std::string& path) {
   write_file((p.parent_path() / "publish" / p.stem()).string() + ".htm", snapshot);
 }
 
+// The value of `key` in one of the trees of DocDes, "-" when it is absent.
+std::string in(Btree& t, const std::string& key) { return DocDes::value_in(t, key).value_or("-"); }
+
 bool has(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
@@ -112,11 +115,13 @@ TEST_F(ConfLanguage, ValidLinesFillTheTables) {
   EXPECT_EQ(d.folders[0].phrase, "glossary");
   EXPECT_EQ(d.folders[1].mark, '.');
   EXPECT_EQ(d.folders[1].phrase, "Terms");
+  EXPECT_EQ(in(d.topic_tree, "1/"), "Common");
 
   // Link texts; a path on a mapped drive gets the drive's prefix.
-  EXPECT_EQ(d.links["L Shared page"], "file://server/share/x/y.htm");
-  EXPECT_EQ(d.links["L http://example.org"], "http://example.org");
-  EXPECT_EQ(d.links.count("R Reuse one") + d.links.count("R Reuse two"), 2u);
+  EXPECT_EQ(in(d.links, "L Shared page"), "file://server/share/x/y.htm");
+  EXPECT_EQ(in(d.links, "L http://example.org"), "http://example.org");
+  EXPECT_EQ(in(d.links, "R Reuse one") + in(d.links, "R Reuse two"),
+            "http://reuse.example.orghttp://reuse.example.org");
 
   // The portal comes first by itself; then the documents in line order.
   ASSERT_EQ(d.docs, 6);
@@ -126,14 +131,14 @@ TEST_F(ConfLanguage, ValidLinesFillTheTables) {
   EXPECT_EQ(a.com, 'e');
   EXPECT_EQ(a.title, "First Title");
   EXPECT_EQ(a.direct, 1);
-  EXPECT_EQ(d.titles["Second Title"], 2);
+  EXPECT_EQ(in(d.titles, "Second Title"), "2");
   EXPECT_EQ(d.aliases, std::vector<std::string>{"2~alias1"});
   EXPECT_TRUE(file_exists("xs/2/doc.htm"));
   EXPECT_TRUE(file_exists("xs/2/xxx.css"));
   EXPECT_EQ(d.comms[3].com, 'n');
   EXPECT_EQ(d.comms[3].title, "Printable (pdf)");
   EXPECT_TRUE(file_exists("xs/3/b.pdf"));
-  EXPECT_EQ(d.targets["D_(b.pdf)"], "3/b.pdf");
+  EXPECT_EQ(in(d.targets, "D_(b.pdf)"), "3/b.pdf");
   EXPECT_EQ(d.comms[4].starts, std::list<std::string>{"Changes:"});
   EXPECT_EQ(d.comms[5].com, 'j');
   EXPECT_EQ(d.comms[5].title, "The Code");
@@ -319,7 +324,7 @@ TEST_F(Intake, HtmSourceBringsItsClosure) {
   EXPECT_TRUE(file_exists("xs/2/pic/p.gif"));
   EXPECT_TRUE(file_exists("xs/2/_2_2.pdf"));
   EXPECT_FALSE(file_exists("xs/2/src.htm"));
-  EXPECT_EQ(d.internet.count("http://ext.org/x"), 1u);
+  EXPECT_EQ(in(d.internet, "http://ext.org/x"), tmp.path() + "/web/top.htm");
   EXPECT_EQ(d.comms[2].com, 'h');
   EXPECT_EQ(fs::current_path().string(), tmp.path());
 }
@@ -350,6 +355,56 @@ TEST_F(Intake, PageHelpers) {
   EXPECT_EQ(d.errors, 2);
   EXPECT_THROW(d.fetch_pics(), const char*);
   exut.reset_after_failure();
+}
+
+TEST(TreeKeys, LongKeysAreCutStablyAndStayApart) {
+  EXPECT_EQ(DocDes::tree_key("D_(a.pdf)"), "D_(a.pdf)");
+  std::string edge(252, '\xe4');
+  EXPECT_EQ(DocDes::tree_key(edge), edge);
+  EXPECT_EQ(DocDes::tree_key(std::string("ab\0cd", 5)), "ab");
+  // Two paths that differ only behind the part that is kept.
+  std::string a = "/" + std::string(300, 'p') + "/a.htm", b = "/" + std::string(300, 'p') + "/b.htm";
+  std::string ka = DocDes::tree_key(a);
+  EXPECT_EQ(ka.size(), 252u);
+  EXPECT_EQ(ka.compare(0, 235, a, 0, 235), 0);
+  EXPECT_EQ(ka, DocDes::tree_key(a));
+  EXPECT_NE(ka, DocDes::tree_key(b));
+  EXPECT_NE(DocDes::tree_key(edge + "x"), DocDes::tree_key(edge + "y"));
+}
+
+// Paths, titles and urls longer than a tree key, and a value longer than a
+// tree value: the run goes on as with short ones, and no tree speaks.
+TEST_F(Intake, LongPathsTitlesAndUrlsPassSilently) {
+  std::string seg(120, 'd');
+  std::string deep = seg + "/" + seg + "/" + seg;
+  std::string title;
+  for (int i = 0; i < 40; i++) title += "Title word ";
+  title.pop_back();
+  std::string url = "http://ext.org/" + std::string(300, 'q');
+  std::string huge = "http://huge.org/" + std::string(1100, 'u');
+  word_doc(deep + "/long.rtf");
+  write_file(deep + "/top.htm", "<html><body><a href=\"" + url + "\">x</a> <a href=\"top.htm\">me</a></body></html>");
+  write_file("wconf", "-w xs_L\n-? 1=./\n"
+                      "-e 1/" + deep + "/long.rtf\n   " + title + "\n"
+                      "-e 1/" + deep + "/long.rtf\n   " + title + "\n"
+                      "-e 1/" + deep + "/top.htm\n   Top\n"
+                      "-L " + huge + "\n"
+                      "-e 7/" + deep + "/none.rtf\n   None\n--\n");
+  testing::internal::CaptureStdout();
+  {
+    DocDes d;
+    EXPECT_EQ(d.read_webConfiguration("wconf", "?", "?"), 1);
+    EXPECT_EQ(d.errors, 2);
+    EXPECT_EQ(in(d.titles, title), "2");
+    EXPECT_EQ(in(d.titles, title + " [3]"), "3");
+    EXPECT_EQ(in(d.internet, url), tmp.path() + "/" + deep + "/top.htm");
+    EXPECT_EQ(in(d.visited, tmp.path() + "/" + deep + "/top.htm"), "");
+    EXPECT_EQ(in(d.links, "L " + huge), huge.substr(0, Btree::max_data));
+    EXPECT_EQ(in(d.remarks, "-e 7/" + deep + "/none.rtf"), "?Path prefix not specified");
+  }
+  std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_TRUE(has(out, "AppError, used more than once: " + title)) << out;
+  EXPECT_FALSE(has(out, "Btree") || has(out, "LDataNr") || has(out, "call_nr")) << out;
 }
 
 TEST_F(Enhance, TextMarksMakeHeadingsAndParagraphs) {
