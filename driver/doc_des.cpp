@@ -1065,20 +1065,6 @@ static size_t attribute_at(const std::string& t, size_t i, bool* is_src) {
   return 0;
 }
 
-// "%20" and the like, for a reference to a file whose name holds blanks.
-static std::string url_decoded(const std::string& v) {
-  std::string out;
-  for (size_t i = 0; i < v.size(); i++)
-    if (v[i] == '%' && i + 2 < v.size() && isxdigit((unsigned char)v[i + 1]) &&
-        isxdigit((unsigned char)v[i + 2])) {
-      out += (char)std::stoi(v.substr(i + 1, 2), nullptr, 16);
-      i += 2;
-    } else {
-      out += v[i];
-    }
-  return out;
-}
-
 void DocDes::files_to_docDir(const std::string& htm, const std::string& to, int n) {
   enter("DocDes.files_to_docDir");
   if (safe_ut.ok_is_a(htm.c_str()) != 'f') return;
@@ -1127,7 +1113,7 @@ void DocDes::files_to_docDir(const std::string& htm, const std::string& to, int 
     if (!(path[0] == '/' || (path.size() > 1 && path[1] == ':'))) path = dir + "/" + path;
     path = normal_path(path);
     if (safe_ut.ok_is_a(path.c_str()) != 'f') {
-      std::string decoded = url_decoded(path);
+      std::string decoded = safe_uts::url_decoded(path);
       if (decoded == path || safe_ut.ok_is_a(decoded.c_str()) != 'f') {
         printf("\nno_src: %s [%s]", path.c_str(), htm.c_str());
         continue;

@@ -53,21 +53,6 @@ void trim_right(std::string& s) {
 // A Btree key: at most 252 bytes.
 std::string key_of(const std::string& s) { return s.size() > 252 ? s.substr(0, 252) : s; }
 
-// The name as a browser reads it from a URL: %XX decoded.
-std::string percent_decoded(const std::string& s) {
-  std::string r;
-  for (size_t i = 0; i < s.size(); i++) {
-    if (s[i] == '%' && i + 2 < s.size() && isxdigit((unsigned char)s[i + 1]) &&
-        isxdigit((unsigned char)s[i + 2])) {
-      r += (char)std::stoi(s.substr(i + 1, 2), nullptr, 16);
-      i += 2;
-    } else {
-      r += s[i];
-    }
-  }
-  return r;
-}
-
 // The part of a listed path that the report lines show: the listing starts
 // with the web's folder "xs_<name>", whose first three characters go.
 const char* shown_name(const std::string& file) {
@@ -239,7 +224,7 @@ class file_check {
     }
     char kind = safe_ut.ok_is_a(target.c_str());
     if (kind == 'n' && target.find('%') != std::string::npos) {
-      std::string plain = percent_decoded(target);
+      std::string plain = safe_uts::url_decoded(target);
       char k2 = safe_ut.ok_is_a(plain.c_str());
       if (k2 != 'n') kind = k2;
     }

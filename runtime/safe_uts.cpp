@@ -524,6 +524,20 @@ unsigned safe_uts::scan_hash(const char* s, const char* stop) {
   return v;
 }
 
+std::string safe_uts::url_decoded(const std::string& s) {
+  std::string r;
+  for (size_t i = 0; i < s.size(); i++) {
+    if (s[i] == '%' && i + 2 < s.size() && isxdigit((unsigned char)s[i + 1]) &&
+        isxdigit((unsigned char)s[i + 2])) {
+      r += (char)std::stoi(s.substr(i + 1, 2), nullptr, 16);
+      i += 2;
+    } else {
+      r += s[i];
+    }
+  }
+  return r;
+}
+
 int safe_uts::random_char(int low, int high) {
   if (low >= high) {
     exut.show_int("low", low);

@@ -86,6 +86,8 @@ class safe_uts {
   void java_name(char* s);
   void camel_name(char* out, const char* s);
   static unsigned scan_hash(const char* s, const char* stop);
+  // A name as a browser reads it from a link: every "%XX" decoded.
+  static std::string url_decoded(const std::string& s);
   int random_char(int low, int high);
 
   // -------------------------------------------------------------- numbers
