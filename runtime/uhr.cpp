@@ -38,23 +38,18 @@ void uhr::start_or_show(const char* name) {
   std::string f = stamp_file();
   uint32_t now = (uint32_t)safe_uts::now();
   if (name && !strcmp(name, "0")) {
-    FILE* out = fopen(f.c_str(), "wb");
-    if (!out) {
-      printf("\ncannot create %s\n", f.c_str());
-      exut.fail(__LINE__, "uhr", "System: cannot create %s\n", f.c_str());
-    }
-    size_t w = fwrite(&now, 1, 4, out);
-    fclose(out);
-    if (w != 4) exut.fail(__LINE__, "uhr", "System: cannot write %s\n", f.c_str());
+    int fd = safe_ut.open_fd(f.c_str(), 'c', 'B');
+    safe_ut.write_fd(fd, &now, 4);
+    safe_ut.close_fd(&fd, "uhr", __LINE__);
     return;
   }
-  FILE* in = fopen(f.c_str(), "rb");
-  if (!in) {
+  int fd = safe_ut.open_fd(f.c_str(), 'R', 'B');  // silent: -1 when there is none
+  if (fd < 0) {
     printf("\ntime 0 undefined");
   } else {
     uint32_t then = 0;
-    size_t r = fread(&then, 1, 4, in);
-    fclose(in);
+    int r = safe_ut.read_fd(fd, &then, 4);
+    safe_ut.close_fd(&fd, "uhr", __LINE__);
     if (r != 4) exut.fail(__LINE__, "uhr", "System: cannot read %s\n", f.c_str());
     printf("\ntime( %s ) = %5.2f sec\n", name ? name : "", (double)(now - then));
   }

@@ -45,3 +45,26 @@ TEST(UtRepl, CodePageConversions) {
 }
 
 }  // namespace
+
+#include "runtime/uhr.h"
+
+namespace {
+
+TEST(Uhr, StampSurvivesForALaterShowAndDurationsAreZeroOnAFixedClock) {
+  testutil::TempDir tmp;
+  setenv("TMPDIR", tmp.path().c_str(), 1);
+  setenv("SOURCE_DATE_EPOCH", "1700000000", 1);
+  uhr u;
+  EXPECT_STREQ(u.lap(0), "time 0 =  0.00 sec");
+  EXPECT_STREQ(u.lap(3), "time 3 =  0.00 sec");
+  testing::internal::CaptureStdout();
+  u.start_or_show("later");  // nothing stored yet
+  u.start_or_show("0");
+  u.start_or_show("later");
+  std::string out = testing::internal::GetCapturedStdout();
+  unsetenv("SOURCE_DATE_EPOCH");
+  unsetenv("TMPDIR");
+  EXPECT_EQ(out, "\ntime 0 undefined\ntime( later ) =  0.00 sec\n");
+}
+
+}  // namespace
