@@ -369,13 +369,21 @@ int DocDes::read_lines() {
   return build_goes_on;
 }
 
+// Start and end of the line behind the read position, which stands on its
+// line feed; false at the end of the configuration.
+bool DocDes::next_line(size_t* ls, size_t* le) const {
+  if (at >= cfg.size() || cfg[at] != '\n') return false;
+  *ls = at + 1;
+  *le = cfg.find('\n', *ls);
+  if (*le == std::string::npos) *le = cfg.size();
+  return true;
+}
+
 // The next line, when it begins with three blanks and a fourth character
 // that is no blank (a title or text line); the read position moves behind it.
 bool DocDes::sub_line(std::string* text) {
-  if (at >= cfg.size() || cfg[at] != '\n') return false;
-  size_t ls = at + 1;
-  size_t le = cfg.find('\n', ls);
-  if (le == std::string::npos) le = cfg.size();
+  size_t ls, le;
+  if (!next_line(&ls, &le)) return false;
   if (le - ls < 4 || cfg.compare(ls, 3, "   ") != 0 || isspace((unsigned char)cfg[ls + 3]))
     return false;
   *text = rtrim(cfg.substr(ls + 3, le - ls - 3));
@@ -385,10 +393,8 @@ bool DocDes::sub_line(std::string* text) {
 
 // A sub-line of a topic group: "." after leading blanks.
 bool DocDes::dot_line(std::string* text) {
-  if (at >= cfg.size() || cfg[at] != '\n') return false;
-  size_t ls = at + 1;
-  size_t le = cfg.find('\n', ls);
-  if (le == std::string::npos) le = cfg.size();
+  size_t ls, le;
+  if (!next_line(&ls, &le)) return false;
   std::string line = cfg.substr(ls, le - ls);
   size_t k = line.find_first_not_of(" \t");
   if (k == std::string::npos || line[k] != '.') return false;

@@ -155,6 +155,7 @@ class DocDes {
   void clean_snapshot(int n, const std::string& htm);
   bool make_snapshot(const std::string& src, const std::string& publish,
                      const std::string& snapshot);
+  bool next_line(size_t* ls, size_t* le) const;
   bool sub_line(std::string* text);
   bool dot_line(std::string* text);
   void count_error();
