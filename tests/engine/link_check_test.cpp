@@ -88,6 +88,33 @@ TEST(LinkCheck, LetterCaseCounts) {
       << out;
 }
 
+// Anchors and targets longer than a tree key: two that share their first
+// 252 bytes are still two, one named twice is still one.
+TEST(LinkCheck, LongNamesAndTargetsStayApart) {
+  testutil::TempDir tmp;
+  // (No step of a path may pass 255 bytes.)
+  std::string common = std::string(200, 'n') + "/" + std::string(100, 'm');
+  std::string dir = "xs_l/p/";
+  write_file(dir + "p.htm",
+             "<a name=\"" + common + "1\"></a> <a name=\"" + common + "2\"></a>\n"
+             "<a name=\"" + common + "3\"></a> <a name=\"" + common + "3\"></a>\n"
+             "<a href=\"" + common + "1.htm\">a</a> <a href=\"" + common + "2.htm\">b</a>\n"
+             "<a href=\"" + common + "2.htm\">b again</a>\n");
+  ut_htmst ut;
+  testing::internal::CaptureStdout();
+  int broken = ut.check_tree("xs_l", nullptr, safe_uts::now());
+  std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(broken, 3) << out;
+  size_t dup = out.find("not unique");
+  ASSERT_NE(dup, std::string::npos) << out;
+  EXPECT_NE(out.find("#" + common + "3 :", dup), std::string::npos);
+  EXPECT_EQ(out.find("not unique", dup + 1), std::string::npos) << out;
+  EXPECT_NE(out.find("\nSo you see: 2 targets do not exist.\n"), std::string::npos) << out;
+  // The list names each missing target in full.
+  for (const char* end : {"1.htm", "2.htm"})
+    EXPECT_NE(out.find("\n" + dir + common + end), std::string::npos) << end;
+}
+
 // References all through a file far larger than one window of the scanner.
 TEST(LinkCheck, LargeFileAndListForms) {
   testutil::TempDir tmp;
