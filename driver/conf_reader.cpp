@@ -202,14 +202,18 @@ void DocDes::command_c(const std::string& rest) {
 
 // ---------------------------------------------------------- web position
 
+// The web position is one folder beside the configuration, named "xs_...":
+// a name that holds "/", "\" or ".." would place the web, and the folders
+// made and later moved for it, somewhere else.
 void DocDes::command_w(const std::string& rest) {
-  if (!begins(rest, "xs_")) {
+  size_t t1 = rest.find('~');
+  std::string name = trim(rest.substr(0, t1));
+  if (!begins(rest, "xs_") || name.find_first_of("/\\") != std::string::npos ||
+      name.find("..") != std::string::npos) {
     printf("\nApp error: -w %s\n           Web position must be named xs_...\n", rest.c_str());
     count_error();
     return;
   }
-  size_t t1 = rest.find('~');
-  std::string name = trim(rest.substr(0, t1));
   for (char& ch : name)
     if (isspace((unsigned char)ch)) ch = '_';
   web.web_pos = name;

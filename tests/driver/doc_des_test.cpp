@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -219,6 +220,33 @@ TEST(ConfLanguageCli, EveryFaultIsPrintedCountedAndReadingGoesOn) {
   EXPECT_EQ(r.status, 1);
   EXPECT_TRUE(has(r.out, "\nAppError: Cannot find include file: none\n")) << r.out;
   EXPECT_FALSE(has(r.out, "undefined command"));
+}
+
+// The web position is one folder beside the configuration: a name that
+// would reach another folder is refused as a counted fault, and no folder
+// is made for it, here or above.
+TEST(ConfLanguageCli, WebPositionIsOneFolderName) {
+  testutil::TempDir tmp;
+  fs::create_directories("a/b/c");
+  fs::current_path("a/b/c");
+  for (std::string pos : {"xs_../../../X~T", "xs_Y/Z", "xs_Y\\Z", "xs_Y..Z~T~Sub"}) {
+    write_file("w/wconf", "-w " + pos + "\n--\n");
+    auto r = run_brelmot("w");
+    EXPECT_EQ(r.status, 1) << pos << r.out;
+    EXPECT_TRUE(has(r.out, "\nApp error: -w " + pos + "\n           Web position must be named xs_...\n"))
+        << r.out;
+    EXPECT_TRUE(has(r.out, "it contains 1 errors")) << r.out;
+  }
+  std::vector<std::string> here;
+  for (const auto& e : fs::directory_iterator("."))
+    if (e.is_directory()) here.push_back(e.path().filename());
+  std::sort(here.begin(), here.end());
+  EXPECT_EQ(here, (std::vector<std::string>{"w", "xs"}));
+  for (const char* dir : {"..", "../..", "../../.."}) {
+    int n = 0;
+    for (const auto& e : fs::directory_iterator(dir)) n += e.is_directory() ? 1 : 100;
+    EXPECT_EQ(n, 1) << dir;
+  }
 }
 
 TEST(ConfLanguageCli, IncludesTakeTheTextBetweenTheMarks) {
