@@ -10,6 +10,7 @@
 
 #include "driver/des_text.h"
 #include "driver/doc_des.h"
+#include "engine/escape.h"
 #include "runtime/exec_ut.h"
 #include "runtime/file_ops.h"
 #include "runtime/safe_uts.h"
@@ -101,7 +102,13 @@ std::string quoted_refs(const std::string& t, const std::string& htm, Btree& int
     std::string value = t.substr(a, e - a);
     out.append(t, done, i - done);
     out += is_src ? "src=\"" : "href=\"";
-    out += value;
+    // The value is attribute text already: only a double quote that a
+    // single-quoted value held would end it now.
+    for (char ch : value)
+      if (ch == '"')
+        out += "&quot;";
+      else
+        out += ch;
     out += '"';
     done = behind;
     i = done - 1;
@@ -166,9 +173,9 @@ std::string DocDes::pattern_page(int n, const std::string& src, const std::strin
   FILE* out = safe_ut.create(page.c_str());
   std::string head =
       "<html><head><meta http-equiv=Content-Type content=\"text/html; charset=windows-1252\">\n"
-      "<title>" + titleLine + "</title>\n"
+      "<title>" + html_text(titleLine) + "</title>\n"
       "<link rel=stylesheet type=\"text/css\" href=\"../1.css\"></head>"
-      "\n<body><h1><center>" + titleLine + "</center></h1><br><p class=1>";
+      "\n<body><h1><center>" + html_text(titleLine) + "</center></h1><br><p class=1>";
   safe_ut.write_FILE(out, head.data(), (long)head.size());
   if (safe_ut.ok_is_a(dir.c_str()) == 'd')
     for (const std::string& name : safe_ut.list_dir(dir.c_str())) {
@@ -179,9 +186,11 @@ std::string DocDes::pattern_page(int n, const std::string& src, const std::strin
       std::string to_name = name;
       for (size_t k; (k = to_name.find(", ")) != std::string::npos;) to_name.replace(k, 2, "_");
       safe_ut.copy_file((docDir + "/" + to_name).c_str(), from.c_str());
-      std::string title =
-          lext == ".htm" || lext == ".html" ? extract_title(name, from.c_str()) : name;
-      std::string line = "\n<br><a href=\"" + to_name + "\">" + title + "</a>";
+      // The title of a page is its own text, already HTML; a file name is not.
+      bool page = lext == ".htm" || lext == ".html";
+      std::string title = page ? extract_title(name, from.c_str()) : name;
+      std::string line = "\n<br><a href=\"" + html_attr(to_name) + "\">" +
+                         (page && title != name ? title : html_text(title)) + "</a>";
       safe_ut.write_FILE(out, line.data(), (long)line.size());
       (*local)[title] = to_name;
     }
@@ -301,7 +310,7 @@ void DocDes::href_correction(const char* htm, const char* prefix) {
     }
     if (now.empty()) continue;
     out.append(t, done, a - done);
-    out += now;
+    out += html_attr(now);
     done = e;
     k = e;
   }

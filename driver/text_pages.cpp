@@ -9,6 +9,7 @@
 #include "driver/des_text.h"
 #include "driver/doc_des.h"
 #include "driver/exp_mi.h"
+#include "engine/escape.h"
 #include "engine/ut_htm.h"
 #include "engine/ut_htmst.h"
 #include "runtime/exec_ut.h"
@@ -200,7 +201,7 @@ bool text_page::placeholder(const std::string& text) {
   if (!file.empty() && safe_ut.ok_is_a(file.c_str()) == 'f') {
     safe_ut.ensure_dir("xs/pic");
     safe_ut.copy_file(("xs/pic/" + name).c_str(), file.c_str());
-    *out_ += "\n<img src=\"../pic/" + name + "\">";
+    *out_ += "\n<img src=\"../pic/" + html_attr(name) + "\">";
     return true;
   }
   printf("\nW a r n i n g : cannot find picture %s", name.c_str());

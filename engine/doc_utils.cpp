@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/escape.h"
 #include "engine/ut_htmst.h"
 #include "runtime/exec_ut.h"
 #include "runtime/safe_uts.h"
@@ -172,6 +173,17 @@ const char script_head[] =
     "\nvar app = new ActiveXObject( \"Word.Application.12\" );\napp.Visible = true;\n";
 const char script_tail[] = "\napp.Quit();";
 
+// The statements that have the word processor save document
+// <folder>/<stem>.<ext> as <folder>/publish/<stem>.htm and .txt.  Each name
+// stands in a string literal of the script.
+void save_statements(FILE* js, const std::string& folder, const std::string& stem,
+                     const std::string& ext) {
+  std::string f = js_string(folder), s = js_string(stem), e = js_string(ext);
+  fprintf(js,
+          "\napp.Documents.Open( \"%s/%s.%s\", 1, 1 );\napp.ActiveDocument.SaveAs( \"%s/publish/%s.htm\", 8 );\napp.ActiveDocument.SaveAs( \"%s/publish/%s.txt\", 5 );\napp.ActiveDocument.Close();\n",
+          f.c_str(), s.c_str(), e.c_str(), f.c_str(), s.c_str(), f.c_str(), s.c_str());
+}
+
 }  // namespace
 
 ut_htmst::ut_htmst() {}
@@ -256,14 +268,15 @@ void ut_htmst::alias(const char* file, const char* target) {
   FILE* f = safe_ut.create(file);
   fprintf(f,
           "\n<html><head><meta HTTP-EQUIV=\"refresh\"\n content=\"0;URL=%s\"></meta></head><body></body></html>",
-          target);
+          html_attr(target).c_str());
   safe_ut.close_FILE(&f, SRC, __LINE__);
 }
 
 void ut_htmst::alias_checked(const char* file, const char* target) {
   if (safe_ut.ok_is_a(target) != 'f') {
     FILE* f = safe_ut.create(file);
-    fprintf(f, "\n<html><body>\n<p>This page is not available: %s</p>\n</body></html>\n", target);
+    fprintf(f, "\n<html><body>\n<p>This page is not available: %s</p>\n</body></html>\n",
+            html_text(target).c_str());
     safe_ut.close_FILE(&f, SRC, __LINE__);
     return;
   }
@@ -293,13 +306,9 @@ void ut_htmst::walk_publish(const std::string& dir, FILE* js, int& count) {
     if (dot == std::string::npos) continue;
     std::string ext = e.substr(dot + 1);
     if (strcasecmp(ext.c_str(), "doc") && strcasecmp(ext.c_str(), "rtf")) continue;
-    std::string stem = e.substr(0, dot);
     std::string pub = dir + "/publish";
     safe_ut.ensure_dir(pub.c_str());
-    fprintf(js,
-            "\napp.Documents.Open( \"%s/%s.%s\", 1, 1 );\napp.ActiveDocument.SaveAs( \"%s/%s.htm\", 8 );\napp.ActiveDocument.SaveAs( \"%s/%s.txt\", 5 );\napp.ActiveDocument.Close();\n",
-            dir.c_str(), stem.c_str(), ext.c_str(), pub.c_str(), stem.c_str(), pub.c_str(),
-            stem.c_str());
+    save_statements(js, dir, e.substr(0, dot), ext);
     count++;
   }
 }
@@ -350,11 +359,7 @@ int ut_htmst::publish_list(const char* list) {
     std::string folder = slash == std::string::npos ? "." : line.substr(0, slash);
     std::string file = slash == std::string::npos ? line : line.substr(slash + 1);
     size_t dot = file.rfind('.');
-    std::string stem = file.substr(0, dot), ext = file.substr(dot + 1);
-    fprintf(js,
-            "\napp.Documents.Open( \"%s/%s.%s\", 1, 1 );\napp.ActiveDocument.SaveAs( \"%s/publish/%s.htm\", 8 );\napp.ActiveDocument.SaveAs( \"%s/publish/%s.txt\", 5 );\napp.ActiveDocument.Close();\n",
-            folder.c_str(), stem.c_str(), ext.c_str(), folder.c_str(), stem.c_str(), folder.c_str(),
-            stem.c_str());
+    save_statements(js, folder, file.substr(0, dot), file.substr(dot + 1));
     count++;
   }
   fprintf(js, "%s", script_tail);

@@ -11,6 +11,7 @@
 #include <functional>
 #include <string>
 
+#include "engine/escape.h"
 #include "engine/tree_key.h"
 #include "engine/ut_htmst.h"
 #include "runtime/exec_ut.h"
@@ -271,7 +272,7 @@ void report_into_page(const char* page, const check_totals& t, time_t startTime)
     fprintf(out,
             "\n<br/>  ----------\n<br/>  <a href=1/1.htm>Web %s</a> : %u Pages, %u Hotspots (%u "
             "broken)\n<br/>  Time to create and check this web: %u sec",
-            web.c_str(), t.pages, t.refs, t.broken, secs);
+            html_text(web).c_str(), t.pages, t.refs, t.broken, secs);
     rb.copy_rest(out);
   }
   safe_ut.close_FILE(&out, SRC, __LINE__);

@@ -324,6 +324,21 @@ TEST_F(Intake, FolderPatternListsItsFilesOnAPage) {
   EXPECT_TRUE(file_exists("xs/2/doc.htm"));
 }
 
+// Names of the files of a pattern are data on its page.
+TEST_F(Intake, PatternPageEscapesNamesAndTitle) {
+  write_file("pics/<b>&\"x'.gif", "GIF");
+  write_file("wconf", "-w xs_F\n-? 1=./\n-e 1/pics/*\n   Q&A <Pictures>\n--\n");
+  DocDes d;
+  EXPECT_EQ(d.read_webConfiguration("wconf", "?", "?"), 1);
+  std::string page = read_file("xs/2/src.htm");
+  EXPECT_TRUE(has(page, "<title>Q&amp;A &lt;Pictures&gt;</title>")) << page;
+  EXPECT_TRUE(has(page, "<h1><center>Q&amp;A &lt;Pictures&gt;</center></h1>")) << page;
+  EXPECT_TRUE(has(page, "\n<br><a href=\"&lt;b&gt;&amp;&quot;x&#39;.gif\">&lt;b&gt;&amp;\"x'.gif</a>"))
+      << page;
+  EXPECT_FALSE(has(page, "<b>"));
+  EXPECT_TRUE(file_exists("xs/2/<b>&\"x'.gif"));
+}
+
 TEST_F(Intake, HtmSourceBringsItsClosure) {
   write_file("web/top.htm",
              "<html><body><a href=\"top.htm#x\">me</a> <a HREF=b.html>b</a>\n"
