@@ -54,10 +54,11 @@ void trim_right(std::string& s) {
   while (!s.empty() && is_blank(s.back())) s.pop_back();
 }
 
-// The part of a listed path that the report lines show: the listing starts
-// with the web's folder "xs_<name>", whose first three characters go.
-const char* shown_name(const std::string& file) {
-  return file.size() >= 3 ? file.c_str() + 3 : file.c_str();
+// The part of a listed path that the report lines show: in a web's folder
+// "xs_<name>" (where the check of a build starts) the path from the web's
+// name on; any other path whole.
+std::string shown_name(const std::string& file) {
+  return file.compare(0, 3, "xs_") == 0 ? file.substr(3) : file;
 }
 
 // What the checker learns over all files of one list.
@@ -232,7 +233,7 @@ class file_check {
     if (kind == 'n') {
       if (!ends_with(target, ".mso") && !ends_with(target, "filelist.xml")) {
         t_.broken++;
-        printf("\n%-13s -- %s", shown_name(file_), target.c_str());
+        printf("\n%-13s -- %s", shown_name(file_).c_str(), target.c_str());
         if (!target.empty()) {
           std::string shown = target.substr(0, std::min(target.size(), (size_t)Btree::max_data));
           t_.missing.StrIns('e', tree_key(target).c_str(), shown.c_str());
@@ -255,7 +256,7 @@ bool names_checked_file(const std::string& line) {
 
 // The closing lines go into the report page, in front of its end.
 void report_into_page(const char* page, const check_totals& t, time_t startTime) {
-  std::string web = strlen(page) > 3 ? page + 3 : "";
+  std::string web = shown_name(page);
   size_t slash = web.find('/');
   if (slash != std::string::npos) web.resize(slash);
   unsigned secs = safe_uts::fixed_clock() ? 0u : (unsigned)(safe_uts::now() - startTime);

@@ -154,6 +154,21 @@ TEST(LinkCheck, LargeFileAndListForms) {
       << out;
 }
 
+// Report lines name the referring page by its path below the web's folder
+// "xs_<name>"; a tree that is no web is shown with its whole path.
+TEST(LinkCheck, PagesOutsideAWebAreNamedWhole) {
+  testutil::TempDir tmp;
+  write_file("proj/publish/Manual_1.htm", "<a href=\"gone.htm\">x</a>\n");
+  write_file("xs_w/p.htm", "<a href=\"gone.htm\">x</a>\n");
+  ut_htmst ut;
+  testing::internal::CaptureStdout();
+  ut.check_tree("proj", nullptr, safe_uts::now());
+  ut.check_tree("xs_w", nullptr, safe_uts::now());
+  std::string out = no_dots(testing::internal::GetCapturedStdout());
+  EXPECT_NE(out.find("\nproj/publish/Manual_1htm -- proj/publish/gonehtm"), std::string::npos) << out;
+  EXPECT_NE(out.find("\nw/phtm       -- xs_w/gonehtm"), std::string::npos) << out;
+}
+
 // A 1x1 picture in the bitmap format, 24 bits a pixel.
 std::string tiny_bmp() {
   const unsigned char b[] = {'B', 'M', 58, 0, 0, 0, 0, 0, 0, 0, 54, 0, 0, 0, 40, 0, 0, 0, 1, 0,
