@@ -15,6 +15,7 @@
 #include "engine/tree_key.h"
 #include "engine/ut_htmst.h"
 #include "runtime/exec_ut.h"
+#include "runtime/file_probe.h"
 #include "runtime/rbuffer.h"
 #include "runtime/safe_uts.h"
 #include "store/Btree.h"
@@ -67,6 +68,7 @@ struct check_totals {
   unsigned pages = 0;
   unsigned refs = 0;
   unsigned broken = 0;
+  unsigned unreadable = 0;  // listed pages that could not be read
 };
 
 // The scan of one file.
@@ -342,12 +344,21 @@ int ut_htmst::check_list(const char* listFile, const char* reportPage, time_t st
         printf("\nnot a file__: %s", line.c_str());
         continue;
       }
+      // A page that cannot be read is said and counted; the others are
+      // still checked.
+      std::string why = read_problem(line.c_str());
+      if (!why.empty()) {
+        printf("\nnot readable: %s (%s)", line.c_str(), why.c_str());
+        t.unreadable++;
+        continue;
+      }
       t.pages++;
       file_check(t, line).run();
     }
   }
 
   printf("\n\n%8sCheck done: %u references, %u broken (see above).\n", "", t.refs, t.broken);
+  if (t.unreadable) printf("%8s%u files could not be read (see above).\n", "", t.unreadable);
   if (reportPage && *reportPage) report_into_page(reportPage, t, startTime);
 
   unsigned n = 0;

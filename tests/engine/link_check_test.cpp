@@ -1,5 +1,6 @@
 // The link checker over small trees: what it counts, prints and rewrites.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <string>
@@ -167,6 +168,33 @@ TEST(LinkCheck, PagesOutsideAWebAreNamedWhole) {
   std::string out = no_dots(testing::internal::GetCapturedStdout());
   EXPECT_NE(out.find("\nproj/publish/Manual_1htm -- proj/publish/gonehtm"), std::string::npos) << out;
   EXPECT_NE(out.find("\nw/phtm       -- xs_w/gonehtm"), std::string::npos) << out;
+}
+
+// A page that cannot be read is named with what failed and counted, and
+// the check goes on with the other pages.  Root reads every file, so there
+// the check runs as another user.
+TEST(LinkCheck, UnreadablePageIsNamedAndTheCheckGoesOn) {
+  testutil::TempDir tmp;
+  write_file("proj/a.htm", "<a href=\"gone.htm\">x</a>\n");
+  write_file("proj/b.htm", "<a href=\"a.htm\">x</a>\n");
+  write_file("proj/c.htm", "<a href=\"gone2.htm\">x</a>\n");
+  std::filesystem::permissions("proj/b.htm", std::filesystem::perms::none);
+  std::string as_other;
+  if (geteuid() == 0) {
+    if (!file_exists("/usr/bin/setpriv")) GTEST_SKIP() << "no way to read as another user";
+    as_other = "setpriv --reuid=65534 --regid=65534 --clear-groups";
+    std::filesystem::permissions(tmp.path(), std::filesystem::perms::all);
+  }
+  testutil::RunResult r = testutil::run_brelmot("check proj", as_other);
+  EXPECT_EQ(r.status, 0) << r.out;
+  EXPECT_NE(r.out.find("\nnot readable: proj/b.htm (Permission denied)"), std::string::npos) << r.out;
+  EXPECT_EQ(r.out.find("as a file"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("\nproj/a.htm    -- proj/gone.htm"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("\nproj/c.htm    -- proj/gone2.htm"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("Check done: 2 references, 2 broken (see above).\n"
+                       "        1 files could not be read (see above).\n"),
+            std::string::npos)
+      << r.out;
 }
 
 // A 1x1 picture in the bitmap format, 24 bits a pixel.
