@@ -30,28 +30,39 @@ std::string js_string(std::string_view s) {
   return r;
 }
 
-std::string html_attr(std::string_view s) {
+namespace {
+
+// "&", "<" and ">" as character references, and with `quotes` the double
+// and the single quote as well.
+std::string html_escaped(std::string_view s, bool quotes) {
   std::string r;
   r.reserve(s.size());
-  for (char c : s) switch (c) {
-      case '&': r += "&amp;"; break;
-      case '<': r += "&lt;"; break;
-      case '>': r += "&gt;"; break;
-      case '"': r += "&quot;"; break;
-      case '\'': r += "&#39;"; break;
-      default: r += c;
+  for (char c : s) {
+    switch (c) {
+      case '&': r += "&amp;"; continue;
+      case '<': r += "&lt;"; continue;
+      case '>': r += "&gt;"; continue;
+      case '"':
+        if (quotes) {
+          r += "&quot;";
+          continue;
+        }
+        break;
+      case '\'':
+        if (quotes) {
+          r += "&#39;";
+          continue;
+        }
+        break;
+      default: break;
     }
+    r += c;
+  }
   return r;
 }
 
-std::string html_text(std::string_view s) {
-  std::string r;
-  r.reserve(s.size());
-  for (char c : s) switch (c) {
-      case '&': r += "&amp;"; break;
-      case '<': r += "&lt;"; break;
-      case '>': r += "&gt;"; break;
-      default: r += c;
-    }
-  return r;
-}
+}  // namespace
+
+std::string html_attr(std::string_view s) { return html_escaped(s, true); }
+
+std::string html_text(std::string_view s) { return html_escaped(s, false); }
