@@ -106,6 +106,25 @@ void set_today() {
   snprintf(date_banner, sizeof date_banner, "%s, %s %s", year, month_names[t.tm_mon + 1], day);
 }
 
+// The prefixes "showComm.", "traceMe." and "testMe." of the first argument,
+// in this order and each once, set their flags; returns what follows them.
+const char* strip_prefixes(const char* p1) {
+  if (p1 && starts_with(p1, "showComm.")) {
+    p1 += 9;
+    showComm = 1;
+  }
+  if (p1 && starts_with(p1, "traceMe.")) {
+    p1 += 8;
+    traceMe = 1;
+    showComm = 1;
+  }
+  if (p1 && starts_with(p1, "testMe.")) {
+    p1 += 7;
+    testMe = 1;
+  }
+  return p1;
+}
+
 // Everything but the default build: each ends in its own report on failure.
 int run_command(int argc, char** argv, const char* p1, const char* p2, const char* p3,
                 bool* handled) {
@@ -201,22 +220,9 @@ int brelmot_main(int argc, char** argv) {
   checkpoint = argv[0];
   if (!install_signal_handlers()) exut.fail(81, "main", "System: cannot install the signal handlers\n");
 
-  char* p1 = argc > 1 ? argv[1] : nullptr;
+  const char* p1 = strip_prefixes(argc > 1 ? argv[1] : nullptr);
   const char* p2 = argc > 2 ? argv[2] : "-";
   const char* p3 = argc > 3 ? argv[3] : nullptr;
-  if (p1 && starts_with(p1, "showComm.")) {
-    p1 += 9;
-    showComm = 1;
-  }
-  if (p1 && starts_with(p1, "traceMe.")) {
-    p1 += 8;
-    traceMe = 1;
-    showComm = 1;
-  }
-  if (p1 && starts_with(p1, "testMe.")) {
-    p1 += 7;
-    testMe = 1;
-  }
   set_today();
 
   if (!p1 || p1[0] == '?') {

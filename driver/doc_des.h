@@ -1,16 +1,29 @@
-// The web builder of one run: it reads the web configuration into its
-// tables, brings each document named there into its numbered folder xs/<n>
-// and cleans its snapshot, and turns plain texts (the configuration itself,
-// text documents) into pages.
+// The web builder of one run.  It owns the web model (the tables every
+// stage shares, engine/web_model.h), the document engine working on it, and
+// the tables that only one of its stages needs.
+//
+// A build runs through its stages in this order; each has its source:
+//   driver/conf_reader.cpp     the configuration read into the model
+//   driver/conf_documents.cpp  its document and source tree lines
+//   driver/text_pages.cpp      the configuration and text documents as pages
+//   driver/intake.cpp          sources brought to xs/<n>: paths, closures
+//   driver/snapshot.cpp        the Word snapshot found or made, and cleaned
+//   driver/registration.cpp    documents walked from last to first (to come)
+//   driver/cards.cpp           the named things of each document (to come)
+//   driver/link_creation.cpp   the links of each document (to come)
+//   driver/commit.cpp          the web assembled, moved and checked (to come)
+// driver/doc_des.cpp holds what the stages share: construction, the
+// installation, the closing of the run.
 #pragma once
 
-#include <array>
 #include <list>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "engine/web_model.h"
 #include "runtime/str_set.h"
 #include "store/Btree.h"
 
@@ -18,54 +31,24 @@ class ut_htm;
 
 class DocDes {
  public:
-  static constexpr int max_folders = 1000;  // records of topic lines
-  static constexpr int max_prefixes = 100;  // path prefixes 0..99
+  using comm = doc_record;
+  using folder = topic_record;
   // What read_webConfiguration returns when the web is to be built.
   static constexpr int build_goes_on = -1;
-
-  // One command of the configuration: a document, a source tree.
-  struct comm {
-    std::string title = "?";  // first title line; for a source tree its code title
-    std::string src;          // absolute path of the source; for -j the tree
-    std::string htm;          // the snapshot, or src for .htm sources; empty until set
-    std::string docHtm;       // "xs/<n>/doc.htm"
-    std::string target;       // "doc<n>.<ext>" or the source's file name
-    std::string nr;           // the number as text
-    char com = 0;             // e, a, A, n, U, j, and h for .htm sources
-    std::list<std::string> starts;  // "s " lines, newest first
-    std::string ppt;          // presentation copied to xs/<n>
-    std::string pdf;          // pdf copied to xs/<n>
-    size_t frag = std::string::npos;  // position of "#" in src
-    std::string date;         // "%Y.%m.%d" of the source
-    int imgs = 0;
-    int firstPage = 0;
-    int direct = 0;           // 1: a direct view page is made
-  };
-
-  // One topic line (-S, -s, -F, -f) with one of its sub-lines.
-  struct folder {
-    std::string web_key;  // "<group>/"
-    std::string head;
-    std::optional<std::string> label;
-    std::string phrase;
-    std::string web_name;
-    std::string web_path;
-    int web_number = 0;
-    char mark = ' ';
-    char letter = 0;
-  };
 
   DocDes();
   ~DocDes();
   DocDes(const DocDes&) = delete;
   DocDes& operator=(const DocDes&) = delete;
 
+  // ------------------------------------------------------- configuration
   // Reads the configuration `conf`.  `p2` starting with "+" keeps the work
   // files; `p3` "clean" only removes the publish folders, `p3` starting with
   // "?" only checks.  Returns build_goes_on when the web is to be built,
   // else the exit status of the run (the closing message is printed).
   int read_webConfiguration(const char* conf, const char* p2, const char* p3);
 
+  // ---------------------------------------------------------- text pages
   // Expands the configuration into xs/webConf.tmp and writes xs/webConf.scn,
   // xs/webConf.txt, xs/commands and xs/coref.txt.  Returns 0, or the exit
   // status 1 after a missing include or installation.
@@ -74,7 +57,7 @@ class DocDes {
   void enhance_to_htm(std::list<std::string>* starts, const char* from, const char* to,
                       const char* startMark, bool wrap);
 
-  // ---------------------------------------------------------- intake
+  // -------------------------------------------------------------- intake
   // The path with its prefix number replaced; nothing after an error.
   std::optional<std::string> abs_path(const char* path, Btree& remarks);
   std::string ensure_src(int n, const std::string& src, const std::string& titleLine,
@@ -88,77 +71,73 @@ class DocDes {
   void tocMark_htm(const char* from, const char* to);
   [[noreturn]] void fetch_pics();
 
-  // -------------------------------------------------------- the tables
-  std::vector<comm> comms;  // record 0 stays empty
-  int docs = 1;             // number of the next document
-  std::vector<folder> folders;
-  std::array<std::string, max_prefixes> prefix;
-  std::array<bool, max_prefixes> prefix_set{};
-  std::array<std::string, 26> drives;  // network drives a..z
-  std::string inst;                    // the installation folder
-  std::string copy_flags;
-  std::string conf_name;
-  std::string conf_dir;
-  std::string web_pos, web_name, web_title, web_subtitle;
-  std::vector<std::pair<std::string, std::string>> c_pairs;  // -c
-  std::vector<std::string> k_entries;                        // -k, two per line
-  std::vector<std::string> H_phrases;                        // -H
-  std::vector<std::string> topics;                           // -t
-  std::vector<std::string> aliases;                          // "k " lines: "<n>~<alias>"
-  std::string docs_title = "Documents";                      // -D
-  int menu = 1;                                              // -m clears it
-  int hotspots_off = 0;                                      // -p
-  int oneDoc = 0, edit = 1, noCards = 0;                     // -o
-  int keep = 0;                                              // "+"
-  std::string srcRoot, sqlData, links_file, test_report, arch;
-  int errors = 0, ppts = 0, pdfs = 0, C_links = 0, R_links = 0;
-  bool clean = false, check = false;
+  // ------------------------------------------------------------- tables
+  web_model web;  // what the stages share; the engine works on it too
+  bool clean = false, check = false;  // modes of this run
 
-  // Trees of the run, all in memory and quiet.  Every key goes in through
-  // tree_key, every value is cut to Btree::max_data bytes.
-  Btree internet;         // absolute url found in a closure -> the page naming it
-  Btree titles;           // title -> document number
+  // Tables of one HTML closure (intake), in memory and quiet.
   Btree visited;          // pages of a closure
-  Btree pic_folders;      // picture folders "<stem>_files", "<stem>-Dateien" -> "./<n>_"
   Btree closure_targets;  // lower-cased file name -> name in the document folder
-  Btree links;            // "<letter> <text>" -> url
-  Btree card_names;       // names that cards define; the links of href_creator
-  Btree topic_tree;       // "<group>/" -> text, "u.<group>/<Web>" -> path
-  Btree targets;          // the engine's target tree: "D_(<file>)" -> "<n>/<file>"
-  Btree engine_keys;      // "*<n>/<title>" -> file, for the engine
-  Btree remarks;          // configuration line -> remark put ahead of it
   str_set stops{"stops"};  // "</tr>", "_"
 
-  // The key under which `k` stands in a tree of DocDes: `k` up to its first
-  // NUL, and when that is longer than a Btree key may be, its first 235
-  // bytes, "#" and 16 hex digits of a hash of the whole.  So a long path or
-  // title never fails a run, and two different long keys stay different.
-  static std::string tree_key(const std::string& k);
-  // The value stored under `k`, or nullopt.
-  static std::optional<std::string> value_in(Btree& t, const std::string& k);
-
-  // The document engine.
+  // The document engine, on `web`.
   std::unique_ptr<ut_htm> ut;
 
  private:
   static std::string find_installation();
+  void count_error();
+
+  // driver/conf_reader.cpp
   int read_lines();
+  void command_line(char c, const std::string& line, const std::string& rest, size_t p);
+  void command_o(const std::string& rest);
+  void command_k(const std::string& rest);
+  void command_c(const std::string& rest);
+  int reading_outcome();
   void command_w(const std::string& rest);
   void command_prefix(const std::string& rest, size_t pos);
+  void first_prefix_line(const std::string& rest);
+  bool command_drive(const std::string& rest);
   void command_topic(char c, const std::string& rest);
+  bool topic_web(char c, const std::string& rest, const std::string& key, std::string* head,
+                 std::string* path, std::string* wname);
+  void topic_sub_lines(char c, int group, const std::string& head, const std::string& path,
+                       const std::string& wname);
   void command_link(char c, const std::string& rest);
-  void command_j(const std::string& line, const std::string& rest, size_t p);
-  void command_doc(char c, const std::string& line, const std::string& rest, size_t p);
+  bool next_line(size_t* ls, size_t* le) const;
+  bool sub_line(std::string* text);
+  bool dot_line(std::string* text);
+
+  // driver/conf_documents.cpp
   bool portal_first(const std::string& rest, size_t p);
+  void command_j(const std::string& line, const std::string& rest, size_t p);
+  void command_j_word(const char* word, const std::string& rest);
+  void command_j_sql(const std::string& v, const std::string& full);
+  void command_j_tree(const std::string& rest);
+  void command_j_links(const std::string& rest);
+  void command_doc(char c, const std::string& line, const std::string& rest, size_t p);
+  bool document_line(int n, char c, const std::string& line, const std::string& rest, bool is_web);
+  bool source_found(int n, char c, const std::string& line, const std::string& rest, bool is_web);
+  bool known_extension(int n, char c, const std::string& line, const std::string& rest,
+                       bool is_web, std::string* ext);
+  void copy_direct_view(int n, const std::string& file, const std::string& lext);
+  bool document_kind(int n, char c, const std::string& rest, const std::string& file,
+                     const std::string& lext);
   void title_lines(int n, char c, const std::string& line);
+
+  // driver/snapshot.cpp
   void take_snapshot(int n, char c, const std::string& rest);
   void clean_snapshot(int n, const std::string& htm);
   bool make_snapshot(const std::string& src, const std::string& publish,
                      const std::string& snapshot);
-  bool next_line(size_t* ls, size_t* le) const;
-  bool sub_line(std::string* text);
-  bool dot_line(std::string* text);
-  void count_error();
+
+  // driver/intake.cpp
+  std::string pattern_page(int n, const std::string& src, const std::string& titleLine,
+                           const std::string& docDir,
+                           std::map<std::string, std::string>* local);
+  std::string closure_of(int n, const std::string& src, const std::string& docDir);
+
+  // driver/text_pages.cpp
   void escape_file(const char* from, const char* to);
   void enhance_text(const char* from, const char* to);
 

@@ -1,9 +1,24 @@
-// The document engine.  This part of it turns the HTML that a word
-// processor saved into the small dialect that all later stages read: plain
-// <p>, <hN>, <a>, <img> and <table> tags, pictures pointing into "pic",
-// no hidden, deleted or office-only mark-up.  It also brings a snapshot in
-// another character set to windows-1252 first, and reduces the layout of one
-// paragraph to a margin and a bullet when the document is cut into pages.
+// The document engine: Word HTML in, section pages and all pages derived
+// from them out.  It works on the web model that the web builder owns and
+// hands it; an engine made without one (for the document commands) has an
+// empty model of its own.
+//
+// Its methods live in one source per stage:
+//   engine/clean.cpp        Word HTML cleaning: the two passes, spans
+//   engine/clean_tags.cpp   Word HTML cleaning: the tags of pass two
+//   engine/para_norm.cpp    a paragraph's layout as margin and bullet
+//   engine/charset.cpp      snapshots in other character sets
+//   engine/sections.cpp, toc.cpp, hotspots.cpp, glossary.cpp, index.cpp,
+//   profile.cpp, topics.cpp, menus.cpp: the stages still to come.
+// The document utilities and the link checker are in the base class
+// (engine/ut_htmst.h).
+//
+// The cleaning turns the HTML that a word processor saved into the small
+// dialect that all later stages read: plain <p>, <hN>, <a>, <img> and
+// <table> tags, pictures pointing into "pic", no hidden, deleted or
+// office-only mark-up.  It also brings a snapshot in another character set
+// to windows-1252 first, and reduces the layout of one paragraph to a
+// margin and a bullet when the document is cut into pages.
 #pragma once
 
 #include <cstdio>
@@ -11,13 +26,21 @@
 #include <string>
 
 #include "engine/ut_htmst.h"
+#include "engine/web_model.h"
 
 class rBuffer;
 class str_set;
 struct str_el;
 
 class ut_htm : public ut_htmst {
+  // Set only when the engine was made without a model; declared ahead of
+  // `web`, which may refer to it.
+  std::unique_ptr<web_model> own_web_;
+
  public:
+  // An engine on the web of a build.
+  explicit ut_htm(web_model& web);
+  // An engine with an empty model of its own.
   ut_htm();
   ~ut_htm() override;
   ut_htm(const ut_htm&) = delete;
@@ -66,17 +89,32 @@ class ut_htm : public ut_htmst {
   // Element number of the hidden headings in the stop set of pass two.
   static constexpr int hidden_heading = 99;
 
+  // The model of the web being built.
+  web_model& web;
+
   // State that spans paragraphs.
   bool bold = false;      // inside <b> ... </b>: a "$" gets "<$>" before it
   int empties = 2;        // blank paragraphs still allowed in a row
   int paras_in_cell = 0;  // paragraphs since the last table cell
 
  private:
+  // engine/clean.cpp
   void spans_pass(const char* file, str_set& stops);
-  void tags_pass(const char* file, str_set& stops, const char* pairs);
   void span_tag(rBuffer& rb, FILE* out);
   void drop_span(rBuffer& rb, int from);
+  void drop_through(rBuffer& rb, int skip, const char* token);
+  void drop_nested(rBuffer& rb, int skip);
+  int tag_end(rBuffer& rb, int from, const char* what);
+  void write_picture(rBuffer& rb, FILE* out, int img, const char* lead);
+  // engine/clean_tags.cpp
+  void tags_pass(const char* file, str_set& stops, const char* pairs, int kind);
   int at_tag(rBuffer& rb, FILE* out, const str_el* el);
+  int at_pair_line(rBuffer& rb, FILE* out, int through);
+  int at_dropped_tag(rBuffer& rb, int action);
+  int at_table_tag(rBuffer& rb, FILE* out);
+  int at_li_tag(rBuffer& rb, FILE* out);
+  int at_ul_tag(rBuffer& rb);
+  int at_hidden_heading(rBuffer& rb);
   int at_pre_tag(rBuffer& rb, FILE* out);
   int at_a(rBuffer& rb, FILE* out);
   int at_b_tag(rBuffer& rb, FILE* out);
@@ -87,10 +125,6 @@ class ut_htm : public ut_htmst {
   int at_span_tag(rBuffer& rb, FILE* out);
   int at_p_tag(rBuffer& rb, FILE* out);
   void at_semi_title(rBuffer& rb, FILE* out);
-  void drop_through(rBuffer& rb, int skip, const char* token);
-  void drop_nested(rBuffer& rb, int skip);
-  int tag_end(rBuffer& rb, int from, const char* what);
-  void write_picture(rBuffer& rb, FILE* out, int img, const char* lead);
 
   [[noreturn]] void missing(rBuffer& rb, const char* token);
   [[noreturn]] void unknown(rBuffer& rb);

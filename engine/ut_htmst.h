@@ -1,9 +1,12 @@
-// Document utilities that need no web: the commands `unite`, `headers`,
-// `alias` and `publish`, and the text helpers of the section split.
+// The base of the document engine: what needs no web.  The commands
+// `unite`, `headers`, `alias` and `publish` (engine/doc_utils.cpp), the
+// text helpers of the section split (engine/doc_text.cpp), and the link
+// checker (engine/link_check.cpp).
 #pragma once
 
 #include <cstdio>
 #include <ctime>
+#include <functional>
 #include <string>
 
 class ut_htmst {
@@ -46,7 +49,7 @@ class ut_htmst {
   static void tab_cut(const char* in, const char* out);
   static bool is_text_char(int c);
 
-  // ---- link checker (engine/ut_htmst_check.cpp) ----------------------
+  // ---- link checker (engine/link_check.cpp) --------------------------
   // Each returns the number of broken references.  `reportPage` (null or
   // empty for none) receives the closing lines; `startTime` is when the
   // web's build began.
@@ -59,4 +62,7 @@ class ut_htmst {
 
  private:
   static void walk_publish(const std::string& dir, FILE* js, int& count);
+  // Has `make_list` write the list file `list`, checks it, removes it.
+  int check_through(const char* list, const char* reportPage, time_t startTime,
+                    const std::function<void(const char*)>& make_list);
 };

@@ -59,6 +59,18 @@ TEST(Commands, Alias) {
   EXPECT_EQ(run_brelmot("alias onlyone").status, 1);
 }
 
+// A target is data in the page: it cannot close the attribute and add tags.
+TEST(Commands, AliasTargetStaysInItsAttribute) {
+  testutil::TempDir tmp;
+  auto r = run_brelmot("alias page '\"><script>alert(1)</script>'");
+  ASSERT_EQ(r.status, 0) << r.out;
+  std::string page = read_file("page.htm");
+  EXPECT_EQ(page.find("<script"), std::string::npos) << page;
+  EXPECT_NE(page.find(" content=\"0;URL=&quot;&gt;&lt;script&gt;alert(1)&lt;/script&gt;\">"),
+            std::string::npos)
+      << page;
+}
+
 TEST(Commands, HeadersListsTitlesAndLinksThem) {
   testutil::TempDir tmp;
   write_file("doc.htm",
@@ -132,6 +144,61 @@ TEST(Commands, PublishWritesTheScript) {
   EXPECT_TRUE(fs::is_directory("t/sub/publish"));
   EXPECT_EQ(js.substr(js.size() - 12), "\napp.Quit();");
   EXPECT_EQ(run_brelmot("publish nowhere").status, 1);
+}
+
+// The script with the text of its string literals left out, as the script
+// language reads them: a backslash escapes the next character; a line end
+// inside a literal, which the language refuses, is kept as "!".
+std::string outside_strings(const std::string& js) {
+  std::string r;
+  bool in = false;
+  for (size_t i = 0; i < js.size(); i++) {
+    char c = js[i];
+    if (!in) {
+      in = c == '"';
+      r += c;
+    } else if (c == '\\') {
+      i++;
+    } else if (c == '"') {
+      in = false;
+      r += c;
+    } else if (c == '\n') {
+      r += '!';
+    }
+  }
+  return r;
+}
+
+int count_in(const std::string& text, const std::string& part) {
+  int n = 0;
+  for (size_t k = text.find(part); k != std::string::npos; k = text.find(part, k + 1)) n++;
+  return n;
+}
+
+// Names of the tree are data in the script: each stays inside its string
+// literal, whatever quotes, backslashes or line ends it holds.
+TEST(Commands, PublishKeepsStrangeNamesInTheirStrings) {
+  testutil::TempDir tmp;
+  write_file("t/a\"b.doc", "x");
+  write_file("t/c\"); app.Quit(); (\".doc", "x");
+  write_file("t/line\nbreak.rtf", "x");
+  auto r = run_brelmot("publish t");
+  ASSERT_EQ(r.status, 0) << r.out;
+  EXPECT_NE(r.out.find("(3 docs)"), std::string::npos) << r.out;
+  std::string js = read_file("exp_htm.js");
+  EXPECT_NE(js.find("\napp.Documents.Open( \"t/a\\\"b.doc\", 1, 1 );\n"
+                    "app.ActiveDocument.SaveAs( \"t/publish/a\\\"b.htm\", 8 );\n"),
+            std::string::npos)
+      << js;
+  EXPECT_NE(js.find("\"t/c\\\"); app.Quit(); (\\\".doc\""), std::string::npos) << js;
+  EXPECT_NE(js.find("\"t/line\\nbreak.rtf\""), std::string::npos) << js;
+  // Read as the script language reads it: no literal runs over a line end,
+  // and outside the literals stand three documents and one quit.
+  std::string code = outside_strings(js);
+  EXPECT_EQ(code.find('!'), std::string::npos) << js;
+  EXPECT_EQ(count_in(code, "app.Documents.Open("), 3) << code;
+  EXPECT_EQ(count_in(code, "app.Quit()"), 1) << code;
+  EXPECT_EQ(count_in(js, "\n"), 3 + 3 * 5 + 1) << js;
 }
 
 TEST(Commands, DirCleanRemovesPublishFoldersOnly) {

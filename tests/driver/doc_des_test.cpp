@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -36,7 +37,7 @@ void word_doc(const std::string& path) {
 }
 
 // The value of `key` in one of the trees of DocDes, "-" when it is absent.
-std::string in(Btree& t, const std::string& key) { return DocDes::value_in(t, key).value_or("-"); }
+std::string in(Btree& t, const std::string& key) { return tree_value(t, key).value_or("-"); }
 
 bool has(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
@@ -90,58 +91,58 @@ TEST_F(ConfLanguage, ValidLinesFillTheTables) {
   DocDes d;
   EXPECT_EQ(d.read_webConfiguration("wconf", "?", "?"), 1);
   unsetenv("BRELMOT_T_ENV");
-  EXPECT_EQ(d.errors, 0);
-  EXPECT_EQ(d.web_pos, "xs_My_Web");
-  EXPECT_EQ(d.web_name, "My_Web");
-  EXPECT_EQ(d.web_title, "The Title");
-  EXPECT_EQ(d.web_subtitle, "The Subtitle");
+  EXPECT_EQ(d.web.errors, 0);
+  EXPECT_EQ(d.web.web_pos, "xs_My_Web");
+  EXPECT_EQ(d.web.web_name, "My_Web");
+  EXPECT_EQ(d.web.web_title, "The Title");
+  EXPECT_EQ(d.web.web_subtitle, "The Subtitle");
   EXPECT_TRUE(fs::is_directory("xs_My_Web"));
-  EXPECT_EQ(d.prefix[99], "docs");
-  EXPECT_EQ(d.drives['s' - 'a'], "file://server/share");
-  EXPECT_EQ(d.oneDoc + d.noCards, 2);
-  EXPECT_EQ(d.edit, 0);
-  EXPECT_EQ(d.hotspots_off, 2);
-  EXPECT_EQ(d.menu, 0);
-  EXPECT_EQ(d.k_entries, (std::vector<std::string>{"Service", "S_", "Actor", "Actor"}));
-  ASSERT_EQ(d.c_pairs.size(), 1u);
-  EXPECT_EQ(d.c_pairs[0].second, "D_( Ordering )");
-  EXPECT_EQ(d.docs_title, "My Documents");
-  EXPECT_EQ(d.topics, std::vector<std::string>{"Customer"});
-  EXPECT_EQ(d.test_report, "file:///reports/rep.htm");
+  EXPECT_EQ(d.web.prefix[99], "docs");
+  EXPECT_EQ(d.web.drives['s' - 'a'], "file://server/share");
+  EXPECT_EQ(d.web.oneDoc + d.web.noCards, 2);
+  EXPECT_EQ(d.web.edit, 0);
+  EXPECT_EQ(d.web.hotspots_off, 2);
+  EXPECT_EQ(d.web.menu, 0);
+  EXPECT_EQ(d.web.k_entries, (std::vector<std::string>{"Service", "S_", "Actor", "Actor"}));
+  ASSERT_EQ(d.web.c_pairs.size(), 1u);
+  EXPECT_EQ(d.web.c_pairs[0].second, "D_( Ordering )");
+  EXPECT_EQ(d.web.docs_title, "My Documents");
+  EXPECT_EQ(d.web.topics, std::vector<std::string>{"Customer"});
+  EXPECT_EQ(d.web.test_report, "file:///reports/rep.htm");
 
   // Topic sub-lines: an empty one is skipped, "." marks a continuation.
-  ASSERT_EQ(d.folders.size(), 2u);
-  EXPECT_EQ(*d.folders[0].label, "Glossary");
-  EXPECT_EQ(d.folders[0].phrase, "glossary");
-  EXPECT_EQ(d.folders[1].mark, '.');
-  EXPECT_EQ(d.folders[1].phrase, "Terms");
-  EXPECT_EQ(in(d.topic_tree, "1/"), "Common");
+  ASSERT_EQ(d.web.folders.size(), 2u);
+  EXPECT_EQ(*d.web.folders[0].label, "Glossary");
+  EXPECT_EQ(d.web.folders[0].phrase, "glossary");
+  EXPECT_EQ(d.web.folders[1].mark, '.');
+  EXPECT_EQ(d.web.folders[1].phrase, "Terms");
+  EXPECT_EQ(in(d.web.topic_tree, "1/"), "Common");
 
   // Link texts; a path on a mapped drive gets the drive's prefix.
-  EXPECT_EQ(in(d.links, "L Shared page"), "file://server/share/x/y.htm");
-  EXPECT_EQ(in(d.links, "L http://example.org"), "http://example.org");
-  EXPECT_EQ(in(d.links, "R Reuse one") + in(d.links, "R Reuse two"),
+  EXPECT_EQ(in(d.web.links, "L Shared page"), "file://server/share/x/y.htm");
+  EXPECT_EQ(in(d.web.links, "L http://example.org"), "http://example.org");
+  EXPECT_EQ(in(d.web.links, "R Reuse one") + in(d.web.links, "R Reuse two"),
             "http://reuse.example.orghttp://reuse.example.org");
 
   // The portal comes first by itself; then the documents in line order.
-  ASSERT_EQ(d.docs, 6);
-  EXPECT_TRUE(d.comms[1].src.find("/doc/WebRoot.rtf") != std::string::npos);
-  EXPECT_EQ(d.comms[1].title, "This Project's Web Portal Page");
-  const DocDes::comm& a = d.comms[2];
+  ASSERT_EQ(d.web.docs, 6);
+  EXPECT_TRUE(d.web.comms[1].src.find("/doc/WebRoot.rtf") != std::string::npos);
+  EXPECT_EQ(d.web.comms[1].title, "This Project's Web Portal Page");
+  const DocDes::comm& a = d.web.comms[2];
   EXPECT_EQ(a.com, 'e');
   EXPECT_EQ(a.title, "First Title");
   EXPECT_EQ(a.direct, 1);
-  EXPECT_EQ(in(d.titles, "Second Title"), "2");
-  EXPECT_EQ(d.aliases, std::vector<std::string>{"2~alias1"});
+  EXPECT_EQ(in(d.web.titles, "Second Title"), "2");
+  EXPECT_EQ(d.web.aliases, std::vector<std::string>{"2~alias1"});
   EXPECT_TRUE(file_exists("xs/2/doc.htm"));
   EXPECT_TRUE(file_exists("xs/2/xxx.css"));
-  EXPECT_EQ(d.comms[3].com, 'n');
-  EXPECT_EQ(d.comms[3].title, "Printable (pdf)");
+  EXPECT_EQ(d.web.comms[3].com, 'n');
+  EXPECT_EQ(d.web.comms[3].title, "Printable (pdf)");
   EXPECT_TRUE(file_exists("xs/3/b.pdf"));
-  EXPECT_EQ(in(d.targets, "D_(b.pdf)"), "3/b.pdf");
-  EXPECT_EQ(d.comms[4].starts, std::list<std::string>{"Changes:"});
-  EXPECT_EQ(d.comms[5].com, 'j');
-  EXPECT_EQ(d.comms[5].title, "The Code");
+  EXPECT_EQ(in(d.web.targets, "D_(b.pdf)"), "3/b.pdf");
+  EXPECT_EQ(d.web.comms[4].starts, std::list<std::string>{"Changes:"});
+  EXPECT_EQ(d.web.comms[5].com, 'j');
+  EXPECT_EQ(d.web.comms[5].title, "The Code");
 }
 
 TEST_F(ConfLanguage, PortalIsInsertedOnceAndNotInCleanMode) {
@@ -151,14 +152,14 @@ TEST_F(ConfLanguage, PortalIsInsertedOnceAndNotInCleanMode) {
   write_file("w1", "-w xs_P\n-e 0/doc/WebRoot.rtf\n   Portal\n-e ./a.rtf\n   A\n--\n");
   DocDes d;
   EXPECT_EQ(d.read_webConfiguration("w1", "?", "?"), 1);
-  EXPECT_EQ(d.docs, 3);
-  EXPECT_EQ(d.comms[1].title, "Portal");
-  EXPECT_EQ(d.comms[2].title, "A");
+  EXPECT_EQ(d.web.docs, 3);
+  EXPECT_EQ(d.web.comms[1].title, "Portal");
+  EXPECT_EQ(d.web.comms[2].title, "A");
 
   write_file("w2", "-e ./a.rtf\n   A\n--\n");
   DocDes e;
   EXPECT_EQ(e.read_webConfiguration("w2", "clean", "clean"), 0);
-  EXPECT_EQ(e.docs, 2);
+  EXPECT_EQ(e.web.docs, 2);
   EXPECT_FALSE(fs::exists("publish"));
 }
 
@@ -219,6 +220,33 @@ TEST(ConfLanguageCli, EveryFaultIsPrintedCountedAndReadingGoesOn) {
   EXPECT_EQ(r.status, 1);
   EXPECT_TRUE(has(r.out, "\nAppError: Cannot find include file: none\n")) << r.out;
   EXPECT_FALSE(has(r.out, "undefined command"));
+}
+
+// The web position is one folder beside the configuration: a name that
+// would reach another folder is refused as a counted fault, and no folder
+// is made for it, here or above.
+TEST(ConfLanguageCli, WebPositionIsOneFolderName) {
+  testutil::TempDir tmp;
+  fs::create_directories("a/b/c");
+  fs::current_path("a/b/c");
+  for (std::string pos : {"xs_../../../X~T", "xs_Y/Z", "xs_Y\\Z", "xs_Y..Z~T~Sub"}) {
+    write_file("w/wconf", "-w " + pos + "\n--\n");
+    auto r = run_brelmot("w");
+    EXPECT_EQ(r.status, 1) << pos << r.out;
+    EXPECT_TRUE(has(r.out, "\nApp error: -w " + pos + "\n           Web position must be named xs_...\n"))
+        << r.out;
+    EXPECT_TRUE(has(r.out, "it contains 1 errors")) << r.out;
+  }
+  std::vector<std::string> here;
+  for (const auto& e : fs::directory_iterator("."))
+    if (e.is_directory()) here.push_back(e.path().filename());
+  std::sort(here.begin(), here.end());
+  EXPECT_EQ(here, (std::vector<std::string>{"w", "xs"}));
+  for (const char* dir : {"..", "../..", "../../.."}) {
+    int n = 0;
+    for (const auto& e : fs::directory_iterator(dir)) n += e.is_directory() ? 1 : 100;
+    EXPECT_EQ(n, 1) << dir;
+  }
 }
 
 TEST(ConfLanguageCli, IncludesTakeTheTextBetweenTheMarks) {
@@ -284,7 +312,7 @@ TEST_F(Intake, FolderPatternListsItsFilesOnAPage) {
   write_file("wconf", "-w xs_F\n-? 1=./\n-e 1/pics/*\n   Pictures\n--\n");
   DocDes d;
   EXPECT_EQ(d.read_webConfiguration("wconf", "?", "?"), 1);
-  EXPECT_EQ(d.errors, 0);
+  EXPECT_EQ(d.web.errors, 0);
   std::string page = read_file("xs/2/src.htm");
   EXPECT_TRUE(has(page, "<h1><center>Pictures</center></h1>"));
   EXPECT_TRUE(has(page, "\n<br><a href=\"a.gif\">a.gif</a>"));
@@ -292,8 +320,23 @@ TEST_F(Intake, FolderPatternListsItsFilesOnAPage) {
   EXPECT_TRUE(has(page, "\n<br><a href=\"page.htm\">Page Title</a>"));
   EXPECT_FALSE(has(page, "skip") || has(page, "hidden") || has(page, "sub.gif"));
   EXPECT_TRUE(file_exists("xs/2/b_c.JPG"));
-  EXPECT_EQ(d.comms[2].com, 'h');
+  EXPECT_EQ(d.web.comms[2].com, 'h');
   EXPECT_TRUE(file_exists("xs/2/doc.htm"));
+}
+
+// Names of the files of a pattern are data on its page.
+TEST_F(Intake, PatternPageEscapesNamesAndTitle) {
+  write_file("pics/<b>&\"x'.gif", "GIF");
+  write_file("wconf", "-w xs_F\n-? 1=./\n-e 1/pics/*\n   Q&A <Pictures>\n--\n");
+  DocDes d;
+  EXPECT_EQ(d.read_webConfiguration("wconf", "?", "?"), 1);
+  std::string page = read_file("xs/2/src.htm");
+  EXPECT_TRUE(has(page, "<title>Q&amp;A &lt;Pictures&gt;</title>")) << page;
+  EXPECT_TRUE(has(page, "<h1><center>Q&amp;A &lt;Pictures&gt;</center></h1>")) << page;
+  EXPECT_TRUE(has(page, "\n<br><a href=\"&lt;b&gt;&amp;&quot;x&#39;.gif\">&lt;b&gt;&amp;\"x'.gif</a>"))
+      << page;
+  EXPECT_FALSE(has(page, "<b>"));
+  EXPECT_TRUE(file_exists("xs/2/<b>&\"x'.gif"));
 }
 
 TEST_F(Intake, HtmSourceBringsItsClosure) {
@@ -324,8 +367,8 @@ TEST_F(Intake, HtmSourceBringsItsClosure) {
   EXPECT_TRUE(file_exists("xs/2/pic/p.gif"));
   EXPECT_TRUE(file_exists("xs/2/_2_2.pdf"));
   EXPECT_FALSE(file_exists("xs/2/src.htm"));
-  EXPECT_EQ(in(d.internet, "http://ext.org/x"), tmp.path() + "/web/top.htm");
-  EXPECT_EQ(d.comms[2].com, 'h');
+  EXPECT_EQ(in(d.web.internet, "http://ext.org/x"), tmp.path() + "/web/top.htm");
+  EXPECT_EQ(d.web.comms[2].com, 'h');
   EXPECT_EQ(fs::current_path().string(), tmp.path());
 }
 
@@ -346,30 +389,15 @@ TEST_F(Intake, PageHelpers) {
   write_file("t.htm", "<title>  </title>");
   EXPECT_EQ(d.extract_title("dflt", "t.htm"), "dflt");
 
-  d.prefix[3] = "/data/docs";
-  d.prefix_set[3] = true;
-  EXPECT_EQ(*d.abs_path("3/a\\b.rtf", d.remarks), "/data/docs/a/b.rtf");
-  EXPECT_EQ(*d.abs_path("plain/x.rtf", d.remarks), "plain/x.rtf");
-  EXPECT_FALSE(d.abs_path("3/c:/x.rtf", d.remarks));
-  EXPECT_FALSE(d.abs_path("4/x.rtf", d.remarks));
-  EXPECT_EQ(d.errors, 2);
+  d.web.prefix[3] = "/data/docs";
+  d.web.prefix_set[3] = true;
+  EXPECT_EQ(*d.abs_path("3/a\\b.rtf", d.web.remarks), "/data/docs/a/b.rtf");
+  EXPECT_EQ(*d.abs_path("plain/x.rtf", d.web.remarks), "plain/x.rtf");
+  EXPECT_FALSE(d.abs_path("3/c:/x.rtf", d.web.remarks));
+  EXPECT_FALSE(d.abs_path("4/x.rtf", d.web.remarks));
+  EXPECT_EQ(d.web.errors, 2);
   EXPECT_THROW(d.fetch_pics(), const char*);
   exut.reset_after_failure();
-}
-
-TEST(TreeKeys, LongKeysAreCutStablyAndStayApart) {
-  EXPECT_EQ(DocDes::tree_key("D_(a.pdf)"), "D_(a.pdf)");
-  std::string edge(252, '\xe4');
-  EXPECT_EQ(DocDes::tree_key(edge), edge);
-  EXPECT_EQ(DocDes::tree_key(std::string("ab\0cd", 5)), "ab");
-  // Two paths that differ only behind the part that is kept.
-  std::string a = "/" + std::string(300, 'p') + "/a.htm", b = "/" + std::string(300, 'p') + "/b.htm";
-  std::string ka = DocDes::tree_key(a);
-  EXPECT_EQ(ka.size(), 252u);
-  EXPECT_EQ(ka.compare(0, 235, a, 0, 235), 0);
-  EXPECT_EQ(ka, DocDes::tree_key(a));
-  EXPECT_NE(ka, DocDes::tree_key(b));
-  EXPECT_NE(DocDes::tree_key(edge + "x"), DocDes::tree_key(edge + "y"));
 }
 
 // Paths, titles and urls longer than a tree key, and a value longer than a
@@ -394,13 +422,13 @@ TEST_F(Intake, LongPathsTitlesAndUrlsPassSilently) {
   {
     DocDes d;
     EXPECT_EQ(d.read_webConfiguration("wconf", "?", "?"), 1);
-    EXPECT_EQ(d.errors, 2);
-    EXPECT_EQ(in(d.titles, title), "2");
-    EXPECT_EQ(in(d.titles, title + " [3]"), "3");
-    EXPECT_EQ(in(d.internet, url), tmp.path() + "/" + deep + "/top.htm");
+    EXPECT_EQ(d.web.errors, 2);
+    EXPECT_EQ(in(d.web.titles, title), "2");
+    EXPECT_EQ(in(d.web.titles, title + " [3]"), "3");
+    EXPECT_EQ(in(d.web.internet, url), tmp.path() + "/" + deep + "/top.htm");
     EXPECT_EQ(in(d.visited, tmp.path() + "/" + deep + "/top.htm"), "");
-    EXPECT_EQ(in(d.links, "L " + huge), huge.substr(0, Btree::max_data));
-    EXPECT_EQ(in(d.remarks, "-e 7/" + deep + "/none.rtf"), "?Path prefix not specified");
+    EXPECT_EQ(in(d.web.links, "L " + huge), huge.substr(0, Btree::max_data));
+    EXPECT_EQ(in(d.web.remarks, "-e 7/" + deep + "/none.rtf"), "?Path prefix not specified");
   }
   std::string out = testing::internal::GetCapturedStdout();
   EXPECT_TRUE(has(out, "AppError, used more than once: " + title)) << out;

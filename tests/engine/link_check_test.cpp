@@ -1,5 +1,6 @@
 // The link checker over small trees: what it counts, prints and rewrites.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <string>
@@ -88,6 +89,33 @@ TEST(LinkCheck, LetterCaseCounts) {
       << out;
 }
 
+// Anchors and targets longer than a tree key: two that share their first
+// 252 bytes are still two, one named twice is still one.
+TEST(LinkCheck, LongNamesAndTargetsStayApart) {
+  testutil::TempDir tmp;
+  // (No step of a path may pass 255 bytes.)
+  std::string common = std::string(200, 'n') + "/" + std::string(100, 'm');
+  std::string dir = "xs_l/p/";
+  write_file(dir + "p.htm",
+             "<a name=\"" + common + "1\"></a> <a name=\"" + common + "2\"></a>\n"
+             "<a name=\"" + common + "3\"></a> <a name=\"" + common + "3\"></a>\n"
+             "<a href=\"" + common + "1.htm\">a</a> <a href=\"" + common + "2.htm\">b</a>\n"
+             "<a href=\"" + common + "2.htm\">b again</a>\n");
+  ut_htmst ut;
+  testing::internal::CaptureStdout();
+  int broken = ut.check_tree("xs_l", nullptr, safe_uts::now());
+  std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(broken, 3) << out;
+  size_t dup = out.find("not unique");
+  ASSERT_NE(dup, std::string::npos) << out;
+  EXPECT_NE(out.find("#" + common + "3 :", dup), std::string::npos);
+  EXPECT_EQ(out.find("not unique", dup + 1), std::string::npos) << out;
+  EXPECT_NE(out.find("\nSo you see: 2 targets do not exist.\n"), std::string::npos) << out;
+  // The list names each missing target in full.
+  for (const char* end : {"1.htm", "2.htm"})
+    EXPECT_NE(out.find("\n" + dir + common + end), std::string::npos) << end;
+}
+
 // References all through a file far larger than one window of the scanner.
 TEST(LinkCheck, LargeFileAndListForms) {
   testutil::TempDir tmp;
@@ -125,6 +153,48 @@ TEST(LinkCheck, LargeFileAndListForms) {
   out = testing::internal::GetCapturedStdout();
   EXPECT_NE(no_dots(out).find("\nnot a file__: gonehtm\nnot a file__: folderhtm\n\n"), std::string::npos)
       << out;
+}
+
+// Report lines name the referring page by its path below the web's folder
+// "xs_<name>"; a tree that is no web is shown with its whole path.
+TEST(LinkCheck, PagesOutsideAWebAreNamedWhole) {
+  testutil::TempDir tmp;
+  write_file("proj/publish/Manual_1.htm", "<a href=\"gone.htm\">x</a>\n");
+  write_file("xs_w/p.htm", "<a href=\"gone.htm\">x</a>\n");
+  ut_htmst ut;
+  testing::internal::CaptureStdout();
+  ut.check_tree("proj", nullptr, safe_uts::now());
+  ut.check_tree("xs_w", nullptr, safe_uts::now());
+  std::string out = no_dots(testing::internal::GetCapturedStdout());
+  EXPECT_NE(out.find("\nproj/publish/Manual_1htm -- proj/publish/gonehtm"), std::string::npos) << out;
+  EXPECT_NE(out.find("\nw/phtm       -- xs_w/gonehtm"), std::string::npos) << out;
+}
+
+// A page that cannot be read is named with what failed and counted, and
+// the check goes on with the other pages.  Root reads every file, so there
+// the check runs as another user.
+TEST(LinkCheck, UnreadablePageIsNamedAndTheCheckGoesOn) {
+  testutil::TempDir tmp;
+  write_file("proj/a.htm", "<a href=\"gone.htm\">x</a>\n");
+  write_file("proj/b.htm", "<a href=\"a.htm\">x</a>\n");
+  write_file("proj/c.htm", "<a href=\"gone2.htm\">x</a>\n");
+  std::filesystem::permissions("proj/b.htm", std::filesystem::perms::none);
+  std::string as_other;
+  if (geteuid() == 0) {
+    if (!file_exists("/usr/bin/setpriv")) GTEST_SKIP() << "no way to read as another user";
+    as_other = "setpriv --reuid=65534 --regid=65534 --clear-groups";
+    std::filesystem::permissions(tmp.path(), std::filesystem::perms::all);
+  }
+  testutil::RunResult r = testutil::run_brelmot("check proj", as_other);
+  EXPECT_EQ(r.status, 0) << r.out;
+  EXPECT_NE(r.out.find("\nnot readable: proj/b.htm (Permission denied)"), std::string::npos) << r.out;
+  EXPECT_EQ(r.out.find("as a file"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("\nproj/a.htm    -- proj/gone.htm"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("\nproj/c.htm    -- proj/gone2.htm"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("Check done: 2 references, 2 broken (see above).\n"
+                       "        1 files could not be read (see above).\n"),
+            std::string::npos)
+      << r.out;
 }
 
 // A 1x1 picture in the bitmap format, 24 bits a pixel.

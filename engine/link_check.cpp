@@ -8,10 +8,14 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <functional>
 #include <string>
 
+#include "engine/escape.h"
+#include "engine/tree_key.h"
 #include "engine/ut_htmst.h"
 #include "runtime/exec_ut.h"
+#include "runtime/file_probe.h"
 #include "runtime/rbuffer.h"
 #include "runtime/safe_uts.h"
 #include "store/Btree.h"
@@ -25,8 +29,9 @@ const char report_mark[] = "</p></span></font></pre></body>";
 // Double line breaks in the report page lose their first four characters.
 const char report_cut[] = "<br/>\n<br/>-?";
 
-// Longest text a value may have: longer ones are cut (keys of a Btree hold
-// at most 252 bytes; a reference of 4000 characters is no file name).
+// Longest text a value may have: longer ones are cut (a reference of 4000
+// characters is no file name).  Names and targets enter the trees through
+// tree_key, so long ones stay apart.
 constexpr size_t max_value = 4000;
 
 bool starts(const char* p, const char* end, const char* lit) {
@@ -50,21 +55,20 @@ void trim_right(std::string& s) {
   while (!s.empty() && is_blank(s.back())) s.pop_back();
 }
 
-// A Btree key: at most 252 bytes.
-std::string key_of(const std::string& s) { return s.size() > 252 ? s.substr(0, 252) : s; }
-
-// The part of a listed path that the report lines show: the listing starts
-// with the web's folder "xs_<name>", whose first three characters go.
-const char* shown_name(const std::string& file) {
-  return file.size() >= 3 ? file.c_str() + 3 : file.c_str();
+// The part of a listed path that the report lines show: in a web's folder
+// "xs_<name>" (where the check of a build starts) the path from the web's
+// name on; any other path whole.
+std::string shown_name(const std::string& file) {
+  return file.compare(0, 3, "xs_") == 0 ? file.substr(3) : file;
 }
 
 // What the checker learns over all files of one list.
 struct check_totals {
-  Btree missing;  // targets that do not exist, printed in key order at the end
+  Btree missing;  // key of a target that does not exist -> the target; printed at the end
   unsigned pages = 0;
   unsigned refs = 0;
   unsigned broken = 0;
+  unsigned unreadable = 0;  // listed pages that could not be read
 };
 
 // The scan of one file.
@@ -129,7 +133,7 @@ class file_check {
 
   void anchor_defined(const std::string& name) {
     if (name.empty()) return;
-    std::string k = key_of(name);
+    std::string k = tree_key(name);
     if (!anchors_.Get(k.c_str(), st_)) {
       anchors_.StrIns('e', k.c_str(), "D-");
     } else if (st_.c[0] == '-') {
@@ -144,7 +148,7 @@ class file_check {
     while (q < end && !strchr("\"'> \t\n", *q)) q++;
     std::string name(p, std::min((size_t)(q - p), max_value));
     if (name.empty()) return;
-    std::string k = key_of(name);
+    std::string k = tree_key(name);
     if (!anchors_.Get(k.c_str(), st_))
       anchors_.StrIns('e', k.c_str(), "-U");
     else if (!strcmp(st_.c, "D-"))
@@ -231,8 +235,11 @@ class file_check {
     if (kind == 'n') {
       if (!ends_with(target, ".mso") && !ends_with(target, "filelist.xml")) {
         t_.broken++;
-        printf("\n%-13s -- %s", shown_name(file_), target.c_str());
-        if (!target.empty()) t_.missing.StrIns('e', key_of(target).c_str());
+        printf("\n%-13s -- %s", shown_name(file_).c_str(), target.c_str());
+        if (!target.empty()) {
+          std::string shown = target.substr(0, std::min(target.size(), (size_t)Btree::max_data));
+          t_.missing.StrIns('e', tree_key(target).c_str(), shown.c_str());
+        }
       }
     } else if (kind != 'f') {
       printf("\nref_?    %s", target.c_str());
@@ -251,7 +258,7 @@ bool names_checked_file(const std::string& line) {
 
 // The closing lines go into the report page, in front of its end.
 void report_into_page(const char* page, const check_totals& t, time_t startTime) {
-  std::string web = strlen(page) > 3 ? page + 3 : "";
+  std::string web = shown_name(page);
   size_t slash = web.find('/');
   if (slash != std::string::npos) web.resize(slash);
   unsigned secs = safe_uts::fixed_clock() ? 0u : (unsigned)(safe_uts::now() - startTime);
@@ -268,7 +275,7 @@ void report_into_page(const char* page, const check_totals& t, time_t startTime)
     fprintf(out,
             "\n<br/>  ----------\n<br/>  <a href=1/1.htm>Web %s</a> : %u Pages, %u Hotspots (%u "
             "broken)\n<br/>  Time to create and check this web: %u sec",
-            web.c_str(), t.pages, t.refs, t.broken, secs);
+            html_text(web).c_str(), t.pages, t.refs, t.broken, secs);
     rb.copy_rest(out);
   }
   safe_ut.close_FILE(&out, SRC, __LINE__);
@@ -282,45 +289,46 @@ void report_into_page(const char* page, const check_totals& t, time_t startTime)
   safe_ut.remove_file(copy);
 }
 
+// A null argument is a failure of the caller.
+void need(const char* arg, const char* failure) {
+  if (arg) return;
+  errno = err::NULL_pointer;
+  exut.fail(__LINE__, SRC, "%s", failure);
+}
+
 }  // namespace
 
 // ------------------------------------------------------------ link checker
 
 int ut_htmst::check_file(const char* file) {
-  if (!file) {
-    errno = err::NULL_pointer;
-    exut.fail(__LINE__, SRC, "System: check_file() needs a file\n");
-  }
+  need(file, "System: check_file() needs a file\n");
   printf("\nCheck for broken links: %s\n", file);
-  const char* list = "tmp_check_htm_file";
-  safe_ut.write_text(list, std::string(file) + "\n");
-  int broken = check_list(list, nullptr, safe_uts::now());
-  safe_ut.remove_file(list);
-  return broken;
+  return check_through("tmp_check_htm_file", nullptr, safe_uts::now(), [file](const char* list) {
+    safe_ut.write_text(list, std::string(file) + "\n");
+  });
 }
 
 int ut_htmst::check_tree(const char* dir, const char* reportPage, time_t startTime) {
-  if (!dir) {
-    errno = err::NULL_pointer;
-    exut.fail(__LINE__, SRC, "System: check_tree() needs a folder\n");
-  }
+  need(dir, "System: check_tree() needs a folder\n");
   if (safe_ut.ok_is_a(dir) != 'd') {
     exut.show_str("dir", dir);
     exut.fail(__LINE__, SRC, "User: not a folder: %s\n", dir);
   }
   printf("\nCheck for broken links: %s/*.htm\n", dir);
-  const char* list = "check_htm_dir.tmp";
-  safe_ut.wfind_list(list, 1, dir);
+  return check_through("check_htm_dir.tmp", reportPage, startTime,
+                       [dir](const char* list) { safe_ut.wfind_list(list, 1, dir); });
+}
+
+int ut_htmst::check_through(const char* list, const char* reportPage, time_t startTime,
+                            const std::function<void(const char*)>& make_list) {
+  make_list(list);
   int broken = check_list(list, reportPage, startTime);
   safe_ut.remove_file(list);
   return broken;
 }
 
 int ut_htmst::check_list(const char* listFile, const char* reportPage, time_t startTime) {
-  if (!listFile) {
-    errno = err::NULL_pointer;
-    exut.fail(__LINE__, SRC, "System: check_list() needs a list file\n");
-  }
+  need(listFile, "System: check_list() needs a list file\n");
   check_totals t;
   {
     rBuffer lst(listFile, "\n");
@@ -336,19 +344,28 @@ int ut_htmst::check_list(const char* listFile, const char* reportPage, time_t st
         printf("\nnot a file__: %s", line.c_str());
         continue;
       }
+      // A page that cannot be read is said and counted; the others are
+      // still checked.
+      std::string why = read_problem(line.c_str());
+      if (!why.empty()) {
+        printf("\nnot readable: %s (%s)", line.c_str(), why.c_str());
+        t.unreadable++;
+        continue;
+      }
       t.pages++;
       file_check(t, line).run();
     }
   }
 
   printf("\n\n%8sCheck done: %u references, %u broken (see above).\n", "", t.refs, t.broken);
+  if (t.unreadable) printf("%8s%u files could not be read (see above).\n", "", t.unreadable);
   if (reportPage && *reportPage) report_into_page(reportPage, t, startTime);
 
   unsigned n = 0;
   Btree_st st;
   for (unsigned s = t.missing.GetFirst(st); s; s = t.missing.Next(st)) {
     if (!n++) printf("\n\nMissing are the following targets:\n");
-    printf("\n%s", st.k);
+    printf("\n%s", st.c);
   }
   printf("\n\nSo you see: %u targets do not exist.\n", n);
   fflush(stdout);
