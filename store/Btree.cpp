@@ -2,10 +2,12 @@
 // iteration.  Relations and reports are in Btree_rel.cpp.
 #include "store/Btree.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "runtime/exec_ut.h"
 #include "runtime/safe_uts.h"
@@ -98,6 +100,28 @@ int last_not_above(const Btree_page* p, int first, const unsigned char* k, int k
 
 const unsigned char* U(const char* s) { return reinterpret_cast<const unsigned char*>(s); }
 
+// True when two items of page p share a byte: key items, data items and the
+// stored prefix of sp bytes.  Each of them must already be known to lie
+// inside the page.  Items that are apart also fit into the page together,
+// which is what reorganize relies on when it rewrites them.
+bool items_overlap(const Btree_page* p, int sp) {
+  static thread_local std::pair<int, int> item[2 * 511 + 1];
+  int n = 0;
+  for (int i = 0; i < p->e; i++) {
+    const Btree_cell& c = p->cell[i];
+    item[n++] = {c.ak, c.ak + 1 + p->c[c.ak]};
+    if (!p->t) item[n++] = {c.ad, c.ad + 2 + p->c[c.ad]};
+  }
+  if (sp) {
+    int end = p->t ? Btree::spare_pos : p->cell[0].ak;
+    item[n++] = {end - sp, end};
+  }
+  std::sort(item, item + n);
+  for (int i = 1; i < n; i++)
+    if (item[i].first < item[i - 1].second) return true;
+  return false;
+}
+
 }  // namespace
 
 #define ENTER(m)                                                   \
@@ -164,6 +188,7 @@ void Btree::clear_all() {
   hand_ = 1;
   file_len_ = 0;
   memory_ = true;
+  damaged_ = false;
   read_only = 0;
   surr = 0;
   max_k_L = 252;
@@ -173,7 +198,7 @@ void Btree::clear_all() {
 void Btree::close_file(bool write) {
   int saved = errno;
   try {
-    if (write && cache[0] && !memory_ && !temporary && !read_only && Bf > 0) {
+    if (write && cache[0] && !memory_ && !temporary && !read_only && !damaged_ && Bf > 0) {
       cache[0]->dirty = 1;
       write_dirty();
     }
@@ -347,6 +372,7 @@ void Btree::commit() {
   if (!cache[0]) return;
   cache[0]->dirty = 1;
   if (memory_ || read_only || Bf <= 0) return;
+  not_read_only("commit");
   write_dirty();
   if (LData) LData->commit();
 }
@@ -452,8 +478,11 @@ void Btree::validate_loaded(const Btree_page* p) {
         what = "data offset";
     }
     if (!what && !p->t && p->cell[0].ak - sp < p->h) what = "shared prefix position";
+    if (!what && items_overlap(p, sp)) what = "overlapping items";
   }
   if (!what) return;
+  // Nothing of a damaged file is written any more, not even on destruction.
+  damaged_ = true;
   exut.show_int("nr", p->nr);
   exut.show_int("e", p->e);
   exut.show_int("h", p->h);
@@ -690,6 +719,10 @@ void Btree::to_extra(Btree_page* p) {
 
 void Btree::not_read_only(const char* what) {
   if (read_only) exut.fail(__LINE__, SRC, "AppError: %s on Btree %s, opened read-only\n", what, name);
+  if (damaged_) {
+    errno = err::corrupted_data;
+    exut.fail(__LINE__, SRC, "System: %s on Btree %s, whose file is damaged\n", what, Bfn);
+  }
 }
 
 // ======================================================================
@@ -1420,33 +1453,37 @@ void Btree::reorganize(Btree_page* p, int e_neu, int uspar) {
   int nsp = sp + uspar;
   if (nsp > max_k_L) broken(p, __LINE__, "System: Btree %s: prefix too long\n", name);
   int h = root ? pos_descr : spare_pos;
+  // Lowers h by n bytes, never into the cells.
+  auto take = [&](int n) {
+    h -= n;
+    if (h < 8 * e_neu) broken(p, __LINE__, "System: Btree %s: reorganize() overflows\n", name);
+  };
   if (!root) p->c[spare_pos] = (unsigned char)nsp;
   if (p->t) {
-    h -= nsp;
+    take(nsp);
     memcpy(p->c + h, pre, nsp);
   }
   for (int i = 0; i < e_neu; i++) {
     const unsigned char* k = key_at(&cp, i);
     int kl = k[0] - uspar;
     if (kl < 0) broken(p, __LINE__, "System: Btree %s: key shorter than the new prefix\n", name);
-    h -= kl + 1;
+    take(kl + 1);
     p->c[h] = (unsigned char)kl;
     memcpy(p->c + h + 1, k + 1 + uspar, kl);
     p->cell[i].ak = (uint16_t)h;
     if (p->t) continue;
     if (i == 0) {
-      h -= nsp;
+      take(nsp);
       memcpy(p->c + h, pre, nsp);
     }
     uint16_t ad = cp.cell[i].ad;
     if (ad) {
       int dl = cp.c[ad];
-      h -= dl + 2;
+      take(dl + 2);
       memcpy(p->c + h, cp.c + ad, dl + 2);
       p->cell[i].ad = (uint16_t)h;
     }
   }
-  if (h < 8 * e_neu) broken(p, __LINE__, "System: Btree %s: reorganize() overflows\n", name);
   p->e = (int16_t)e_neu;
   p->h = (int16_t)h;
   p->dirty = 1;

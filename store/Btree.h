@@ -292,4 +292,5 @@ class Btree : public standard {
   unsigned long mod_ = 0;         // counts changes; a position is valid for one value
   unsigned long pos_mod_ = 0;     // value of mod_ when the position was read
   bool memory_ = true;            // pages live at cache[nr]
+  bool damaged_ = false;          // a page of the file was found damaged: no more writes
 };
