@@ -5,9 +5,7 @@
 // it outgrows its page cache (then it continues in a temporary file) or it is
 // kept in a file of pages that the next run reads again.
 //
-// File format (little-endian): page `nr` lies at byte nr * 4100.  Page 0 is
-// always the root and holds the tree descriptor at offset 4052.  See
-// Btree_page and Btree_descr below.
+// The page file and every byte of it: Btree_page.h.
 //
 // Pages of a file tree: the cache holds up to 400 of them, page 0 always, and
 // every page that is changed lives there until it is written back (when its
@@ -25,47 +23,7 @@
 #include <vector>
 
 #include "runtime/standard.h"
-
-// One cell: 8 bytes in both kinds of page.
-struct Btree_cell {
-  uint16_t ak;    // offset of the key item (length byte, then the bytes)
-  uint16_t ad;    // data page: offset of the data item (length, type, bytes)
-  uint32_t surr;  // data page: surrogate; index page: page number of the son
-};
-
-// The tree descriptor, 32 bytes at offset 4052 of page 0.
-struct Btree_descr {
-  uint32_t last;       // highest page number in use
-  uint16_t next;       // starts at 1
-  uint16_t unused;
-  uint32_t surr;       // highest surrogate given out
-  uint16_t anz;        // keys counted on insertion
-  uint16_t maxkeylen;  // longest key inserted so far
-  uint32_t icell_size;  // always 8
-  uint32_t dcell_size;  // always 8
-  uint32_t page_size;   // always 4100
-  uint32_t descr_pos;   // always 4052
-};
-
-struct Btree_page {
-  union {
-    unsigned char c[4088];  // cells from 0 upward, the heap from the top down
-    Btree_cell cell[511];
-    struct {
-      unsigned char below[4052];
-      Btree_descr d;
-    } p0;
-  };
-  int32_t nr;      // this page's number; -1 for a buffer without a page
-  uint16_t dirty;  // non-zero when the page differs from the file
-  int16_t e;       // number of cells
-  int16_t h;       // lowest heap offset in use
-  uint16_t t;      // 1 index page, 0 data page
-};
-static_assert(sizeof(Btree_cell) == 8, "cell size");
-static_assert(sizeof(Btree_descr) == 32, "descriptor size");
-static_assert(sizeof(Btree_page) == 4100, "page size");
-static_assert(offsetof(Btree_page, nr) == 4088 && offsetof(Btree_page, t) == 4098, "page layout");
+#include "store/Btree_page.h"
 
 // The result record: owned by the caller, filled by every read.
 struct Btree_st {
@@ -80,13 +38,13 @@ struct Btree_st {
 
 class Btree : public standard {
  public:
-  static constexpr int page_size = 4100;
-  static constexpr int pos_descr = 4052;
-  static constexpr int spare_pos = 4085;
+  static constexpr int page_size = btree_file::page_size;
+  static constexpr int pos_descr = btree_file::descr_pos;
+  static constexpr int spare_pos = btree_file::spare_pos;
   static constexpr int L_Cp = 400;     // pages in the cache
   static constexpr int L_Bp = 40;      // levels
   static constexpr int L_extra = 120;  // pages touched by one insertion
-  static constexpr int max_data = 1022;  // longest value of StrIns(do_this, k, d)
+  static constexpr int max_data = btree_file::max_long_value;  // longest value of StrIns(do_this, k, d)
 
   Btree();
   Btree(const char* name, int do_what);
@@ -181,7 +139,7 @@ class Btree : public standard {
   // --------------------------------------------------------- fields
   const char* name = "";
   int treeID = 0;
-  int max_k_L = 252;
+  int max_k_L = btree_file::max_key;
   Btree* LData = nullptr;
   int LDataNr = 0;
   Btree_descr* descr = nullptr;
