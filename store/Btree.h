@@ -166,33 +166,45 @@ class Btree : public standard {
   Btree_st st;
 
  private:
-  // Cache and file.
+  // Opening, the view of the file, writing back (Btree_file.cpp).
   void clear_all();
+  void take_name(const char* nm, int do_what);
+  void open_existing(bool ro);
+  void start_fresh(int do_what);
   void build_fresh();
-  void check_descr();
+  void create_file();
+  void to_memory_overflow();
+  void close_file(bool write);
+  void write_dirty();
+  void to_Disk(int slot);
+  void read_page(uint32_t nr, Btree_page* p);
+  bool view(long end);
+  void unmap();
+
+  // The cache (Btree_cache.cpp).
   Btree_page* alloc_page();
+  int slot_of(uint32_t nr) const;
   void get_page(int i, uint32_t nr);
+  Btree_page* load_page(int i, uint32_t nr);
+  void check_once(const Btree_page* p);
   void visit(int i, uint32_t nr);
   bool holds(const Btree_page* q, uint32_t nr) const;
   bool in_view(const Btree_page* q) const;
   void own(int i);
   Btree_page* new_page();
-  void to_memory_overflow();
   int evict(int i);
   bool pinned(const Btree_page* p) const;
-  void to_Disk(int slot);
-  void read_page(uint32_t nr, Btree_page* p);
-  bool view(long end);
-  void unmap();
-  void validate_loaded(const Btree_page* p);
   void touch(const Btree_page* p);
   void to_extra(Btree_page* p);
-  void close_file(bool write);
-  void write_dirty();
-  void create_file();
 
-  // Positions.
+  // Checks of what a file gives (Btree_check.cpp).
+  void check_descr();
+  const char* page_fault(const Btree_page* p) const;
+  void validate_loaded(const Btree_page* p);
+
+  // Search and position (Btree_search.cpp), retrieval (Btree_get.cpp).
   bool seek(const char* k, int kL, bool to_write);
+  void fetch_son(const Btree_page* p, int m, bool to_write);
   void ipos(const Btree_page* p, const unsigned char* k, int kL, int& m, int& r);
   void dpos(const Btree_page* p, const unsigned char* k, int kL, int& m, int& r);
   bool pos_step(bool back);
@@ -201,36 +213,51 @@ class Btree : public standard {
   bool position_ok(const Btree_st& s) const;
   unsigned located_key_and_data(Btree_st& st, int line);
   unsigned near(Btree_st& st, const char* k, int kL, bool back, bool or_k);
+  unsigned near_of(const char* op, Btree_st& st, const char* k, int kL, bool back, bool or_k);
+  unsigned step_read(Btree_st& st, bool back);
   int key_len(const char* k, const char* op);
   void need_key(const char* k, int kL, const char* op);
   void miss_into(Btree_st& st, const char* k, int kL);
 
-  // Writing.
+  // Insertion (Btree_insert.cpp), compaction and splits (Btree_split.cpp),
+  // removal (Btree_remove.cpp).
   char ins_core(char do_this, const unsigned char* k, int kL, const unsigned char* d, int dL,
                 int d_T);
+  char resolved_mode(char do_this, bool found, bool first, const char* kc, int kL);
+  bool room_for(int L, bool insert, int kL, int dl);
+  void compact(int L);
   void put_cell(Btree_page* p, int m, bool insert, const unsigned char* k, int kL,
                 const unsigned char* d, int dL, int dt);
+  void put_data(Btree_page* p, int at, const unsigned char* d, int dL, int dt);
+  void heap_put(Btree_page* p, int& h, int cells, const void* from, int n, const char* op);
+  void heap_put_key(Btree_page* p, int& h, int cells, const unsigned char* k, int kl,
+                    const char* op);
   void reorganize(Btree_page* p, int e_neu, int uspar);
+  int usable_spare(Btree_page* p, const Btree_page* cp, int e_neu, int uspar);
   void split_data(int level, Btree_page* p, Btree_page* neu);
+  void fill_data_half(const Btree_page* p, int mid, Btree_page* neu, const unsigned char* full,
+                      int sepL);
   void into_father(int level, const unsigned char* key, int L, uint32_t son);
   void split_index(int level, const unsigned char* key, int L, uint32_t son);
+  void fill_index_half(const Btree_page* P, int mid, Btree_page* neu);
   void split_root(const unsigned char* key, int L, uint32_t son);
   void insert_icell(Btree_page* p, int pos, const unsigned char* key, int L, uint32_t son);
   void put_separator(Btree_page* f, const unsigned char* key, int L, uint32_t son);
+  void refill_from_left(int L);
   void not_read_only(const char* what);
 
-  // Long values.
+  // Long values (Btree_long.cpp).
   char long_ins(char do_this, const char* k, int kL, const char* d, int dL);
   Btree* ldata(bool create);
   void expand_long(Btree_st& st);
   std::string ldata_name() const;
 
-  // Paths.
+  // Paths (Btree_path.cpp).
   void check_path(const char* path, int L, unsigned root);
   int step_key(unsigned char* out, unsigned parent, const char* step, int n);
   bool path_to_last(const char* path, int L, unsigned root, bool make, unsigned char* key, int& kl);
 
-  // Relations.
+  // Relations (Btree_rel.cpp).
   int trans_pass(bool deep);
   int trans_step(const char* a, const char* b, bool deep);
 
