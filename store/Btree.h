@@ -176,7 +176,8 @@ class Btree : public standard {
   void to_memory_overflow();
   void close_file(bool write);
   void write_dirty();
-  void to_Disk(int slot);
+  void to_Disk(int slot, bool space_taken);
+  bool in_file(int32_t nr) const;
   void read_page(uint32_t nr, Btree_page* p);
   bool view(long end);
   void unmap();

@@ -58,7 +58,7 @@ int Btree::evict(int i) {
   }
   Btree_page* p = cache[best];
   if (p->nr >= 0) {
-    if (p->dirty) to_Disk(best);
+    if (p->dirty) to_Disk(best, false);
     if ((size_t)p->nr < slot_of_.size()) slot_of_[p->nr] = -1;
   }
   p->nr = -1;

@@ -1,9 +1,12 @@
 // Btree: construction, opening and creating the page file, the view of the
 // file in memory, writing pages back, and closing.
+#include <algorithm>
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "runtime/safe_uts.h"
 #include "store/Btree.h"
@@ -13,8 +16,33 @@ using namespace btree_impl;
 namespace bf = btree_file;
 
 namespace {
+
 int trees_made = 0;
-}
+
+// Words that the failure report of a call made in its scope shows first,
+// saying what the store was doing; they go again when the scope ends
+// without a failure.
+class report_context {
+ public:
+  report_context(const char* format, ...) __attribute__((format(printf, 2, 3))) {
+    char b[700];
+    va_list ap;
+    va_start(ap, format);
+    vsnprintf(b, sizeof b, format, ap);
+    va_end(ap);
+    exut.add("%s", b);
+  }
+  ~report_context() {
+    if (exut.msg_len() > at_) exut.msg[at_] = 0;
+  }
+  report_context(const report_context&) = delete;
+  report_context& operator=(const report_context&) = delete;
+
+ private:
+  int at_ = exut.msg_len();
+};
+
+}  // namespace
 
 void Btree::enter(const char* method) {
   char b[200];
@@ -38,6 +66,10 @@ Btree::Btree(const char* nm, int do_what) {
 }
 
 Btree::~Btree() {
+  // The companion first: the values of this tree name its chunks.
+  if (LData || LDataNr) exut.show_int("LDataNr", LDataNr);
+  delete LData;
+  LData = nullptr;
   close_file(true);
   if (temporary && Bfn[0]) {
     try {
@@ -47,9 +79,6 @@ Btree::~Btree() {
     }
     errno = 0;
   }
-  if (LData || LDataNr) exut.show_int("LDataNr", LDataNr);
-  delete LData;
-  LData = nullptr;
 }
 
 void Btree::clear_all() {
@@ -174,6 +203,7 @@ void Btree::open_existing(bool ro) {
   p0->dirty = 0;
   validate_loaded(p0);
   slot_of_.assign(1, 0);
+  sound_.assign(1, true);
 }
 
 // Modes 0, 1 and 2: a fresh tree of two pages, in memory or in a new file.
@@ -265,7 +295,7 @@ void Btree::to_memory_overflow() {
     }
     slot_of_[s] = s;
     ref_[s] = 0;
-    if (s > 0) to_Disk(s);
+    if (s > 0) to_Disk(s, false);
   }
   name = Bfn;
 }
@@ -321,16 +351,49 @@ void Btree::commit() {
   cache[0]->dirty = 1;
   if (memory_ || read_only || Bf <= 0) return;
   not_read_only("commit");
-  write_dirty();
+  // The companion first: the values of this tree name its chunks.
   if (LData) LData->commit();
+  write_dirty();
 }
 
+// Writes every dirty page of the cache.  The disk space of the pages that
+// were never in the file is taken for all of them first, so that a full
+// disk fails here, before any page of the file changes, and never as a
+// fault while the view is written.  Then the pages go out in the order of
+// their numbers, and page 0 last: its descriptor counts the others.
 void Btree::write_dirty() {
-  for (int s = 0; s < e_cache; s++)
-    if (cache[s] && cache[s]->dirty && cache[s]->nr >= 0) to_Disk(s);
+  std::vector<int> slots;
+  long from = -1, to = -1;
+  for (int s = 0; s < e_cache; s++) {
+    const Btree_page* p = cache[s];
+    if (!p || !p->dirty || p->nr < 0) continue;
+    slots.push_back(s);
+    if (in_file(p->nr)) continue;
+    long at = (long)p->nr * page_size;
+    if (from < 0 || at < from) from = at;
+    if (at + page_size > to) to = at + page_size;
+  }
+  if (slots.empty()) return;
+  if (from >= 0) {
+    report_context why("Btree %s: taking the disk space of pages %ld to %ld before writing\n", Bfn,
+                       from / page_size, to / page_size - 1);
+    safe_ut.reserve_fd(Bf, from, to - from);
+  }
+  auto order = [this](int a, int b) {
+    uint32_t x = (uint32_t)cache[a]->nr - 1, y = (uint32_t)cache[b]->nr - 1;  // 0 goes last
+    return x < y;
+  };
+  std::sort(slots.begin(), slots.end(), order);
+  for (int s : slots) to_Disk(s, true);
 }
 
-void Btree::to_Disk(int slot) {
+// Page nr was written to the file or read from it in this run, so that the
+// file holds its disk space.
+bool Btree::in_file(int32_t nr) const { return (size_t)nr < sound_.size() && sound_[nr]; }
+
+// Writes the page of the cache slot back; `space_taken` when the caller has
+// taken its disk space already.
+void Btree::to_Disk(int slot, bool space_taken) {
   Btree_page* p = cache[slot];
   if (!p || p->nr < 0) {
     exut.show_int("slot", slot);
@@ -342,8 +405,10 @@ void Btree::to_Disk(int slot) {
   if (map_ && view(end)) {
     // A page that was never in the file needs its space first: a full disk
     // is then a failure here, not a fault while the view is written.
-    if ((size_t)p->nr >= sound_.size() || !sound_[p->nr])
+    if (!space_taken && !in_file(p->nr)) {
+      report_context why("Btree %s: taking the disk space of page %i\n", Bfn, (int)p->nr);
       safe_ut.reserve_fd(Bf, (long)p->nr * page_size, page_size);
+    }
     memcpy(map_ + (long)p->nr * page_size, p, page_size);
   } else {
     safe_ut.write_at(Bf, 0, p->nr, page_size, p);
