@@ -111,6 +111,15 @@ TEST(BtreeDamaged, ItemsThatShareBytesAreRefused) {
     EXPECT_TRUE(testutil::read_file("bad.bt") == bad) << "the damaged file was written";
     expect_refused(lookup_in("bad.bt"), "bad.bt");
   }
+  // Found damaged by a lookup, a tree opened for update takes no change and
+  // no commit afterwards.
+  {
+    Btree t("bad.bt", 4);
+    failure_of([&] { t.contains("key 05"); });
+    expect_refused(failure_of([&] { t.StrIns('e', "other key", "x"); }), "bad.bt");
+    expect_refused(failure_of([&] { t.commit(); }), "bad.bt");
+  }
+  EXPECT_TRUE(testutil::read_file("bad.bt") == damaged(sound, damages[3]));
   // The sound file itself takes all insertions, through compaction and splits.
   testutil::write_file("sound.bt", sound);
   {
@@ -123,6 +132,43 @@ TEST(BtreeDamaged, ItemsThatShareBytesAreRefused) {
   }
   Btree t("sound.bt", 3);
   EXPECT_EQ(t.number_of_elements(), 430);
+}
+
+// A damaged data page among many: a reader meets it where it lies in the view
+// of the file, a writer after it has changed other pages, which then stay
+// unwritten.
+TEST(BtreeDamaged, DamagedPageAmongManyStopsEveryWrite) {
+  testutil::TempDir dir;
+  {
+    Btree t("many.bt", 1);
+    char k[32];
+    for (int i = 0; i < 3000; i++) {
+      snprintf(k, sizeof k, "key %05d", i);
+      t.StrIns('i', k, "a value that fills the pages");
+    }
+  }
+  std::string b = testutil::read_file("many.bt");
+  size_t pages = b.size() / page_bytes;
+  ASSERT_GT(pages, 10u);
+  Btree_page p;
+  size_t nr = pages - 1;
+  memcpy(static_cast<void*>(&p), b.data() + nr * page_bytes, page_bytes);
+  ASSERT_EQ(p.t, 0) << "the last page should be a data page";
+  p.cell[3].ad = p.cell[4].ad;
+  memcpy(&b[nr * page_bytes], &p, page_bytes);
+  testutil::write_file("many.bt", b);
+
+  expect_refused(failure_of([] {
+                   Btree t("many.bt", 3);
+                   t.number_of_elements();
+                 }),
+                 "many.bt");
+  {
+    Btree t("many.bt", 4);
+    ASSERT_EQ(t.StrIns('e', "key 00001", "changed"), 'u');  // a sound page
+    expect_refused(failure_of([&] { t.number_of_elements(); }), "many.bt");
+  }
+  EXPECT_TRUE(testutil::read_file("many.bt") == b) << "a page of the damaged file was written";
 }
 
 }  // namespace
