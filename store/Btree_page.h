@@ -7,8 +7,9 @@
 //
 // THE FILE
 //   An array of pages of 4100 bytes: page nr lies at byte nr * 4100, and the
-//   file holds pages 0 to `last` (see the descriptor).  Page 0 is the root at
-//   all times and holds the tree descriptor; a fresh file has pages 0 and 1.
+//   file holds pages 0 to `last` (see the descriptor); bytes behind them are
+//   never read.  Page 0 is the root at all times and holds the tree
+//   descriptor; a fresh file has pages 0 and 1.
 //   Pages are never given back, and a page on disk is the page as it stood in
 //   memory, all 4100 bytes of it.
 //
@@ -30,8 +31,8 @@
 //                  is compacted).  top is 4052 in page 0 and 4085 elsewhere.
 //   4052 .. 4083   page 0 only: the tree descriptor
 //   4084           unused
-//   4085           spare: length of the prefix that all keys of the page share
-//                  and that the page stores once; always 0 in page 0
+//   4085           spare (uint8): length of the prefix that all keys of the
+//                  page share and that the page stores once; 0 in page 0
 //   4086, 4087     unused; no item offset reaches them
 //   The items of a sound page lie inside h .. top-1 and share no byte.
 //
@@ -44,9 +45,10 @@
 //   Cells are ordered by key.  Cell 0 of a data page is the sentinel: its key
 //   is the page's lower bound (empty in a fresh tree, a shortened separator
 //   after a split, which need not be a key of the tree), its data item is
-//   empty and its surrogate 0.  The key of an index cell is a separator: no
-//   key of its son's subtree lies below it, every key of the subtree of the
-//   cell before it does.  Cell 0 of the root has the empty key.
+//   empty and its surrogate 0.  The key of an index cell is a separator: a
+//   search goes down through the last cell whose key is not above the key
+//   searched (below the first cell of a page under the root, through the
+//   cell before in the page above).  Cell 0 of the root has the empty key.
 //
 // A KEY ITEM (at ak)
 //   0       1     uint8   L      length of the bytes behind the page's prefix;
@@ -98,10 +100,10 @@
 //   followed by ":<n1>/<n2>:" (both in decimal) as one text item; the
 //   other bytes, in chunks of 252 (the last one may be shorter), are the
 //   values of keys "<n1 + 1>" to "<n2>" (decimal) of a companion tree, text
-//   items in order.  The companion of the file F is
-//   the page file "F_LData", of the format described here; the surr of its
-//   descriptor is the last chunk number in use.  A tree in memory or in a
-//   temporary file keeps its companion in memory.
+//   items in order.  The companion of the file F is the page file
+//   "F_LData", of the format described here; the surr of its descriptor is
+//   the last chunk number in use.  A tree in memory or in a temporary file
+//   keeps its companion in memory.
 #pragma once
 
 #include <bit>
