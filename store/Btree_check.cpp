@@ -43,13 +43,11 @@ bool items_overlap(const Btree_page* p, int sp) {
 
 void Btree::broken(const Btree_page* p, int line, const char* format, ...) {
   if (p) trac1_page(p, stdout);
-  char b[1000];
+  exut.show_int("treeID", treeID);
   va_list ap;
   va_start(ap, format);
-  vsnprintf(b, sizeof b, format, ap);
+  add_to_report(format, ap);
   va_end(ap);
-  exut.show_int("treeID", treeID);
-  exut.add("%s", b);
   exut.throw_error(line, SRC);
 }
 

@@ -25,12 +25,10 @@ int trees_made = 0;
 class report_context {
  public:
   report_context(const char* format, ...) __attribute__((format(printf, 2, 3))) {
-    char b[700];
     va_list ap;
     va_start(ap, format);
-    vsnprintf(b, sizeof b, format, ap);
+    add_to_report(format, ap);
     va_end(ap);
-    exut.add("%s", b);
   }
   ~report_context() {
     if (exut.msg_len() > at_) exut.msg[at_] = 0;

@@ -3,7 +3,9 @@
 // the order of keys.  Include it from store/Btree*.cpp only.
 #pragma once
 
+#include <cstdarg>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 
 #include "runtime/exec_ut.h"
@@ -17,6 +19,13 @@
   } while (0)
 
 namespace btree_impl {
+
+// Appends the formatted words to the failure report being built.
+inline void add_to_report(const char* format, va_list ap) {
+  char b[1000];
+  vsnprintf(b, sizeof b, format, ap);
+  exut.add("%s", b);
+}
 
 inline const char* const SRC = "Btree";
 
