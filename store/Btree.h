@@ -5,9 +5,7 @@
 // it outgrows its page cache (then it continues in a temporary file) or it is
 // kept in a file of pages that the next run reads again.
 //
-// File format (little-endian): page `nr` lies at byte nr * 4100.  Page 0 is
-// always the root and holds the tree descriptor at offset 4052.  See
-// Btree_page and Btree_descr below.
+// The page file and every byte of it: Btree_page.h.
 //
 // Pages of a file tree: the cache holds up to 400 of them, page 0 always, and
 // every page that is changed lives there until it is written back (when its
@@ -25,47 +23,7 @@
 #include <vector>
 
 #include "runtime/standard.h"
-
-// One cell: 8 bytes in both kinds of page.
-struct Btree_cell {
-  uint16_t ak;    // offset of the key item (length byte, then the bytes)
-  uint16_t ad;    // data page: offset of the data item (length, type, bytes)
-  uint32_t surr;  // data page: surrogate; index page: page number of the son
-};
-
-// The tree descriptor, 32 bytes at offset 4052 of page 0.
-struct Btree_descr {
-  uint32_t last;       // highest page number in use
-  uint16_t next;       // starts at 1
-  uint16_t unused;
-  uint32_t surr;       // highest surrogate given out
-  uint16_t anz;        // keys counted on insertion
-  uint16_t maxkeylen;  // longest key inserted so far
-  uint32_t icell_size;  // always 8
-  uint32_t dcell_size;  // always 8
-  uint32_t page_size;   // always 4100
-  uint32_t descr_pos;   // always 4052
-};
-
-struct Btree_page {
-  union {
-    unsigned char c[4088];  // cells from 0 upward, the heap from the top down
-    Btree_cell cell[511];
-    struct {
-      unsigned char below[4052];
-      Btree_descr d;
-    } p0;
-  };
-  int32_t nr;      // this page's number; -1 for a buffer without a page
-  uint16_t dirty;  // non-zero when the page differs from the file
-  int16_t e;       // number of cells
-  int16_t h;       // lowest heap offset in use
-  uint16_t t;      // 1 index page, 0 data page
-};
-static_assert(sizeof(Btree_cell) == 8, "cell size");
-static_assert(sizeof(Btree_descr) == 32, "descriptor size");
-static_assert(sizeof(Btree_page) == 4100, "page size");
-static_assert(offsetof(Btree_page, nr) == 4088 && offsetof(Btree_page, t) == 4098, "page layout");
+#include "store/Btree_page.h"
 
 // The result record: owned by the caller, filled by every read.
 struct Btree_st {
@@ -80,13 +38,13 @@ struct Btree_st {
 
 class Btree : public standard {
  public:
-  static constexpr int page_size = 4100;
-  static constexpr int pos_descr = 4052;
-  static constexpr int spare_pos = 4085;
+  static constexpr int page_size = btree_file::page_size;
+  static constexpr int pos_descr = btree_file::descr_pos;
+  static constexpr int spare_pos = btree_file::spare_pos;
   static constexpr int L_Cp = 400;     // pages in the cache
   static constexpr int L_Bp = 40;      // levels
   static constexpr int L_extra = 120;  // pages touched by one insertion
-  static constexpr int max_data = 1022;  // longest value of StrIns(do_this, k, d)
+  static constexpr int max_data = btree_file::max_long_value;  // longest value of StrIns(do_this, k, d)
 
   Btree();
   Btree(const char* name, int do_what);
@@ -181,7 +139,7 @@ class Btree : public standard {
   // --------------------------------------------------------- fields
   const char* name = "";
   int treeID = 0;
-  int max_k_L = 252;
+  int max_k_L = btree_file::max_key;
   Btree* LData = nullptr;
   int LDataNr = 0;
   Btree_descr* descr = nullptr;
@@ -208,33 +166,46 @@ class Btree : public standard {
   Btree_st st;
 
  private:
-  // Cache and file.
+  // Opening, the view of the file, writing back (Btree_file.cpp).
   void clear_all();
+  void take_name(const char* nm, int do_what);
+  void open_existing(bool ro);
+  void start_fresh(int do_what);
   void build_fresh();
-  void check_descr();
+  void create_file();
+  void to_memory_overflow();
+  void close_file(bool write);
+  void write_dirty();
+  void to_Disk(int slot, bool space_taken);
+  bool in_file(int32_t nr) const;
+  void read_page(uint32_t nr, Btree_page* p);
+  bool view(long end);
+  void unmap();
+
+  // The cache (Btree_cache.cpp).
   Btree_page* alloc_page();
+  int slot_of(uint32_t nr) const;
   void get_page(int i, uint32_t nr);
+  Btree_page* load_page(int i, uint32_t nr);
+  void check_once(const Btree_page* p);
   void visit(int i, uint32_t nr);
   bool holds(const Btree_page* q, uint32_t nr) const;
   bool in_view(const Btree_page* q) const;
   void own(int i);
   Btree_page* new_page();
-  void to_memory_overflow();
   int evict(int i);
   bool pinned(const Btree_page* p) const;
-  void to_Disk(int slot);
-  void read_page(uint32_t nr, Btree_page* p);
-  bool view(long end);
-  void unmap();
-  void validate_loaded(const Btree_page* p);
   void touch(const Btree_page* p);
   void to_extra(Btree_page* p);
-  void close_file(bool write);
-  void write_dirty();
-  void create_file();
 
-  // Positions.
+  // Checks of what a file gives (Btree_check.cpp).
+  void check_descr();
+  const char* page_fault(const Btree_page* p) const;
+  void validate_loaded(const Btree_page* p);
+
+  // Search and position (Btree_search.cpp), retrieval (Btree_get.cpp).
   bool seek(const char* k, int kL, bool to_write);
+  void fetch_son(const Btree_page* p, int m, bool to_write);
   void ipos(const Btree_page* p, const unsigned char* k, int kL, int& m, int& r);
   void dpos(const Btree_page* p, const unsigned char* k, int kL, int& m, int& r);
   bool pos_step(bool back);
@@ -243,36 +214,51 @@ class Btree : public standard {
   bool position_ok(const Btree_st& s) const;
   unsigned located_key_and_data(Btree_st& st, int line);
   unsigned near(Btree_st& st, const char* k, int kL, bool back, bool or_k);
+  unsigned near_of(const char* op, Btree_st& st, const char* k, int kL, bool back, bool or_k);
+  unsigned step_read(Btree_st& st, bool back);
   int key_len(const char* k, const char* op);
   void need_key(const char* k, int kL, const char* op);
   void miss_into(Btree_st& st, const char* k, int kL);
 
-  // Writing.
+  // Insertion (Btree_insert.cpp), compaction and splits (Btree_split.cpp),
+  // removal (Btree_remove.cpp).
   char ins_core(char do_this, const unsigned char* k, int kL, const unsigned char* d, int dL,
                 int d_T);
+  char resolved_mode(char do_this, bool found, bool first, const char* kc, int kL);
+  bool room_for(int L, bool insert, int kL, int dl);
+  void compact(int L);
   void put_cell(Btree_page* p, int m, bool insert, const unsigned char* k, int kL,
                 const unsigned char* d, int dL, int dt);
+  void put_data(Btree_page* p, int at, const unsigned char* d, int dL, int dt);
+  void heap_put(Btree_page* p, int& h, int cells, const void* from, int n, const char* op);
+  void heap_put_key(Btree_page* p, int& h, int cells, const unsigned char* k, int kl,
+                    const char* op);
   void reorganize(Btree_page* p, int e_neu, int uspar);
+  int usable_spare(Btree_page* p, const Btree_page* cp, int e_neu, int uspar);
   void split_data(int level, Btree_page* p, Btree_page* neu);
+  void fill_data_half(const Btree_page* p, int mid, Btree_page* neu, const unsigned char* full,
+                      int sepL);
   void into_father(int level, const unsigned char* key, int L, uint32_t son);
   void split_index(int level, const unsigned char* key, int L, uint32_t son);
+  void fill_index_half(const Btree_page* P, int mid, Btree_page* neu);
   void split_root(const unsigned char* key, int L, uint32_t son);
   void insert_icell(Btree_page* p, int pos, const unsigned char* key, int L, uint32_t son);
   void put_separator(Btree_page* f, const unsigned char* key, int L, uint32_t son);
+  void refill_from_left(int L);
   void not_read_only(const char* what);
 
-  // Long values.
+  // Long values (Btree_long.cpp).
   char long_ins(char do_this, const char* k, int kL, const char* d, int dL);
   Btree* ldata(bool create);
   void expand_long(Btree_st& st);
   std::string ldata_name() const;
 
-  // Paths.
+  // Paths (Btree_path.cpp).
   void check_path(const char* path, int L, unsigned root);
   int step_key(unsigned char* out, unsigned parent, const char* step, int n);
   bool path_to_last(const char* path, int L, unsigned root, bool make, unsigned char* key, int& kl);
 
-  // Relations.
+  // Relations (Btree_rel.cpp).
   int trans_pass(bool deep);
   int trans_step(const char* a, const char* b, bool deep);
 
@@ -292,4 +278,5 @@ class Btree : public standard {
   unsigned long mod_ = 0;         // counts changes; a position is valid for one value
   unsigned long pos_mod_ = 0;     // value of mod_ when the position was read
   bool memory_ = true;            // pages live at cache[nr]
+  bool damaged_ = false;          // a page of the file was found damaged: no more writes
 };

@@ -4,19 +4,15 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "runtime/exec_ut.h"
 #include "runtime/rbuffer.h"
 #include "runtime/safe_uts.h"
 #include "store/Btree.h"
+#include "store/Btree_impl.h"
+
+using namespace btree_impl;
+namespace bf = btree_file;
 
 namespace {
-
-const char* const SRC = "Btree";
-
-#define ENTER(m)                                   \
-  do {                                             \
-    if ((long)call_nr > (long)show_from) enter(m); \
-  } while (0)
 
 FILE* or_stdout(FILE* f) { return f ? f : stdout; }
 
@@ -297,8 +293,8 @@ void Btree::trac1_page(const Btree_page* p, FILE* stream) {
   FILE* f = or_stdout(stream);
   if (!p) return;
   char kb[600];
-  bool bad = p->e < 0 || p->e > 511 || p->h < 0 || p->h > spare_pos;
-  int sp = p->nr == 0 ? 0 : p->c[spare_pos];
+  bool bad = p->e < 0 || p->e > bf::max_cells || p->h < 0 || p->h > spare_pos;
+  int sp = bf::spare_len(p);
   if (p->t) {
     const unsigned char* pre = p->c + spare_pos - sp;
     fprintf(f,
@@ -314,18 +310,18 @@ void Btree::trac1_page(const Btree_page* p, FILE* stream) {
   }
   for (int i = 0; !bad && i < p->e; i++) {
     const Btree_cell& c = p->cell[i];
-    if (c.ak >= 4086 || c.ak + 1 + p->c[c.ak] > 4086) {
+    if (c.ak >= bf::end_of_items || c.ak + bf::key_item_size(p->c, c.ak) > bf::end_of_items) {
       bad = true;
       break;
     }
-    const char* key = reinterpret_cast<const char*>(p->c + c.ak + 1);
+    const char* key = C(bf::key_bytes(p->c + c.ak));
     if (p->t) {
       fprintf(f, "\n %3i: %5u  %10u  [%s]", i, c.ak, c.surr, printable(key, p->c[c.ak], kb));
     } else {
       fprintf(f, "\n %3i: %5u  %5u  %8u  [%s]", i, c.ad, c.ak, c.surr,
               printable(key, p->c[c.ak], kb));
-      if (c.ad < 4086 && c.ad + 2 + p->c[c.ad] <= 4086)
-        fprintf(f, " [%s]", printable(reinterpret_cast<const char*>(p->c + c.ad + 2), p->c[c.ad], kb));
+      if (c.ad < bf::end_of_items && c.ad + bf::data_item_size(p->c, c.ad) <= bf::end_of_items)
+        fprintf(f, " [%s]", printable(C(p->c + c.ad + bf::data_head), p->c[c.ad], kb));
     }
   }
   if (bad) {
@@ -337,11 +333,11 @@ void Btree::trac1_page(const Btree_page* p, FILE* stream) {
 
 void Btree::check_page(const Btree_page* p) {
   if (!p) exut.fail(__LINE__, SRC, "System: Btree %s: check_page() of no page\n", name);
-  int top = p->nr == 0 ? pos_descr : spare_pos;
+  int top = bf::heap_top(p);
   for (int i = 0; i < p->e; i++) {
     const Btree_cell& n = p->cell[i];
-    bool bad_k = n.ak >= 4086 || n.ak + 1 + p->c[n.ak] > top;
-    bool bad_d = !p->t && (n.ad >= 4086 || n.ad + 2 + p->c[n.ad] > top);
+    bool bad_k = n.ak >= bf::end_of_items || n.ak + bf::key_item_size(p->c, n.ak) > top;
+    bool bad_d = !p->t && (n.ad >= bf::end_of_items || n.ad + bf::data_item_size(p->c, n.ad) > top);
     if (bad_k || bad_d) {
       exut.show_int("n->ak", n.ak);
       exut.show_int("n->ad", n.ad);
@@ -350,22 +346,22 @@ void Btree::check_page(const Btree_page* p) {
                 p->nr, i);
     }
   }
-  int sp = p->nr == 0 ? 0 : p->c[spare_pos];
-  const unsigned char* pre = p->t ? p->c + spare_pos - sp : p->c + p->cell[0].ak - sp;
+  int sp = bf::spare_len(p);
+  const unsigned char* pre = bf::prefix_at(p);
   for (int i = 1; i < p->e; i++) {
     const unsigned char* a = p->c + p->cell[i - 1].ak;
     const unsigned char* b = p->c + p->cell[i].ak;
     int n = a[0] < b[0] ? a[0] : b[0];
-    int c = memcmp(a + 1, b + 1, n);
+    int c = memcmp(bf::key_bytes(a), bf::key_bytes(b), n);
     bool ok = c < 0 || (c == 0 && a[0] < b[0]) || (c == 0 && a[0] == b[0] && i == 1 && !p->t);
     if (ok) continue;
     char s1[600], s2[600], kb[600];
     printf("\nstrlen( predec ) = %i  ", a[0]);
     printf("\nstrlen( s260   ) = %i\n", b[0]);
     printable(reinterpret_cast<const char*>(pre), sp, kb);
-    snprintf(s1, sizeof s1, "%s%s", kb, printable(reinterpret_cast<const char*>(a + 1), a[0], s2));
+    snprintf(s1, sizeof s1, "%s%s", kb, printable(C(bf::key_bytes(a)), a[0], s2));
     printf("\npredec + spare = %s\n  ", s1);
-    snprintf(s1, sizeof s1, "%s%s", kb, printable(reinterpret_cast<const char*>(b + 1), b[0], s2));
+    snprintf(s1, sizeof s1, "%s%s", kb, printable(C(bf::key_bytes(b)), b[0], s2));
     printf("\n  s260 + spare = %s\n\n", s1);
     trac1_page(p, stdout);
     exut.fail(__LINE__, SRC, "System: Btree %s: page %i, keys out of order at cell %i\n", name,
