@@ -8,8 +8,13 @@
 //   engine/clean_tags.cpp   Word HTML cleaning: the tags of pass two
 //   engine/para_norm.cpp    a paragraph's layout as margin and bullet
 //   engine/charset.cpp      snapshots in other character sets
-//   engine/sections.cpp, toc.cpp, hotspots.cpp, glossary.cpp, index.cpp,
-//   profile.cpp, topics.cpp, menus.cpp: the stages still to come.
+//   engine/glossary.cpp     glossary pages from two-column tables
+//   engine/profile.cpp      the dated web profile and "secLU"
+//   engine/change_log.cpp   change reports and the document lists
+//   engine/index.cpp        entries of the concept index
+//   engine/topics.cpp       titles into the index, topics and "profs/search"
+//   engine/sections.cpp, toc.cpp, hotspots.cpp, menus.cpp: the stages
+//   still to come.
 // The document utilities and the link checker are in the base class
 // (engine/ut_htmst.h).
 //
@@ -21,6 +26,7 @@
 // margin and a bullet when the document is cut into pages.
 #pragma once
 
+#include <array>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -86,6 +92,79 @@ class ut_htm : public ut_htmst {
   // undeclared files are left alone.  Returns what was done, for the log.
   static std::string to_windows1252(const char* file);
 
+  // ---- the derived pages: glossary, profile, change reports, index entries,
+  // ---- titles for the search (engine/glossary.cpp, profile.cpp,
+  // ---- change_log.cpp, index.cpp, topics.cpp)
+
+  // Reads the closed section page `pageFile` ("<root>/<docNr>/<page>.<ext>")
+  // as a glossary: each row of two cells whose first cell holds a new term
+  // becomes an entry of the glossary pages; a row of three or more cells
+  // ends the reading, so the rest of the table is refused.
+  void glossar_table(const char* pageFile);
+  // Writes the entry of `term` on its glossary page: the heading with the
+  // anchor `target` ("<docNr>/<page>#G<n>") and the link back to the
+  // section, then `definition`; enters the term into glossTerms.
+  void glossar_entry(const char* target, const char* term, const char* definition);
+  // Opens the ten glossary pages, unless open: skip 0 opens
+  // "xs/glossar<k>.htm", skip 3 "glossar<k>.htm" from inside xs.
+  void open_glossPages(int skip);
+  // Ends and closes the glossary pages that are open, so that they are
+  // complete pages; again callable.
+  void close_glossPages();
+  // The page a term goes to, 0 to 9, by its first character.
+  static int gloss_page(const char* term);
+  // The link part of a glossTerms value `data`: "<k>.htm#<data>".
+  static std::string glossRef(const char* data);
+
+  // Lines of the dated profile.  The document line "\n--<page>:<title>|<size>.<date>"
+  // of the file `source`; the size line of one section page (the non-blank
+  // text behind its first heading) returning that size; the end line of a
+  // document with the sum (or the file size of a document without pages).
+  void profile_doc_line(FILE* profile, int firstPage, const char* title, const char* source);
+  unsigned page_size_line(FILE* profile, const char* pageFile);
+  void profile_doc_end(FILE* profile, unsigned long total);
+  // Reads the profile `file` (its last ten characters name its date) into
+  // `allLines` (sections: "<doc>|<title>" -> "<date>:<size>,<title>") and
+  // `docLines` ("<doc>" -> "<date>:<total>"); with `flag` every key is
+  // prefixed "<n>." from 112 on, so the trees keep the order of the file.
+  // Each document's sum goes to profOld as a bar.  Returns the documents read.
+  int read_profile(Btree& allLines, Btree& docLines, const char* file, int flag);
+  // Updates "secLU" beside `profile` from it: the last version and size of
+  // each section (secDates, docNrs).
+  void write_secLU(const char* profile);
+  // "xs/CL.htm" with the change reports against the older profiles beside
+  // `currentProfile`, and the document lists "xs/docs_R.htm", "xs/docs_A.htm".
+  void change_log(const char* currentProfile);
+  // One report "xs/CL1_<date>.htm" with its folder "xs/CL2_<date>" of the
+  // changes since the profile `older`; 1 when nothing changed.
+  int change_report(Btree& profOld, const char* current, const char* older);
+  // The bar of a size difference `n`: "" at 0, "w" up to 50, ... "wwwwww".
+  static const char* change_bar(long n);
+  // The document lists; part of change_log.
+  void docs_lists();
+  // A title as the docs pages and the index show it: "--- " marks the rest,
+  // "//" ends the title.
+  static std::string warner(const char* text);
+
+  // Enters `line` into allIndex under "<first character><key, 40 at most>
+  // <number at the line's start>".
+  void to_index(const char* key, const char* line);
+  // Files `title` for the search: its words into the index, a line into
+  // "xs/profs/search", and a hit for each topic whose search word it holds.
+  // `target` is "<page>.htm..." of document `docNr`, or "<docNr>/<file>"
+  // when `docNr` is 0 and the target names no page.
+  void title_to_search(const char* title, const char* target, int docNr = 0);
+  // Each capitalised word after a blank, except the first, into the index.
+  void title_to_index(const char* title, const char* target);
+  // Closes "xs/profs/search"; again callable.
+  void close_search();
+
+  // Menus of the derived pages (written with the section pages).
+  void HeaderMenu(FILE* out, int head, int page, const char* title, const char* version);
+  void ourMenu(const char* line, const char* file, FILE* out, int kind, const char* name,
+               const char* anchor, int ups);
+  // ---- end of the derived pages
+
   // Element number of the hidden headings in the stop set of pass two.
   static constexpr int hidden_heading = 99;
 
@@ -131,6 +210,19 @@ class ut_htm : public ut_htmst {
   void make_sets();
   void big_buffer(FILE* out);
 
+  // The derived pages' own files: closed (and ended) with the engine.
+  struct derived_files {
+    std::array<FILE*, 10> gloss{};  // the glossary pages, all open or none
+    int gloss_count = 0;            // entries written since the pages opened
+    FILE* search = nullptr;         // "xs/profs/search"
+    std::string search_name;
+    ~derived_files();
+  };
+  derived_files derived_;
+  unsigned index_nr_ = 0;  // counts index keys that need telling apart
+  std::string profile_date(const char* file);
+  void change_sections(Btree& cur, Btree& old, const std::string& docKey, int docNr,
+                       const std::string& date, const std::string& text, int& changed);
   const char* file_ = "";           // the file being cleaned, for failure reports
   std::string scratch_, scratch2_;  // reused text of pass one
   bool drop_ins_class_ = true;      // pass one leaves out "class=msoIns"

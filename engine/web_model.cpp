@@ -15,12 +15,23 @@ web_model::web_model() : comms(1) {
   prepare_tree(targets, "targets");
   prepare_tree(engine_keys, "engine_keys");
   prepare_tree(remarks, "remarks");
+  prepare_tree(glossTerms, "glossTerms");
+  prepare_tree(allIndex, "allIndex");
+  prepare_tree(docDates, "docDates");
+  prepare_tree(docsecs, "docsecs");
+  prepare_tree(typedSecs, "typedSecs");
+  prepare_tree(secDates, "secDates");
+  prepare_tree(docNrs, "docNrs");
+  prepare_tree(profOld, "profOld");
+  prepare_tree(clogDocs, "clogDocs");
+  prepare_tree(topicHits, "topicHits");
   prefix_set.fill(false);
 }
 
 web_model::~web_model() {
   for (Btree* t : {&internet, &titles, &pic_folders, &links, &card_names, &topic_tree, &targets,
-                   &engine_keys, &remarks})
+                   &engine_keys, &remarks, &glossTerms, &allIndex, &docDates, &docsecs,
+                   &typedSecs, &secDates, &docNrs, &profOld, &clogDocs, &topicHits})
     empty_tree(*t);
 }
 

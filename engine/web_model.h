@@ -107,6 +107,18 @@ struct web_model {
   Btree targets;      // the engine's target tree: "D_(<file>)" -> "<n>/<file>"
   Btree engine_keys;  // "*<n>/<title>" -> file, for the engine
   Btree remarks;      // configuration line -> remark put ahead of it
+
+  // The engine's trees that the derived pages read or write.
+  Btree glossTerms;  // glossary term -> "<docNr>/<page>#G<n>"
+  Btree allIndex;    // "<initial><word>..." -> "<target>\">WORD</a> : TEXT"
+  Btree docDates;    // document title -> "<B>:<C>:<firstPage>"
+  Btree docsecs;     // "<doc title>|<section title>" -> page
+  Btree typedSecs;   // "<doc title>|<section title>" -> typed name
+  Btree secDates;    // "<docNr>:<secName>" -> "<date>:<size>", from "secLU"
+  Btree docNrs;      // document name -> its number in "secLU"
+  Btree profOld;     // "<date>:<doc>" -> bar of "w"
+  Btree clogDocs;    // document -> the oldest date it changed since
+  Btree topicHits;   // "<fo>[<n>]+<pr>: <title>" or "<fo>[<n>]-<title>" -> target
 };
 
 // Names an in-memory tree for failure reports and makes it quiet about
