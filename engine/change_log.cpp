@@ -268,7 +268,11 @@ void ut_htm::docs_lists() {
   Btree_st st;
   for (unsigned ok = web.docDates.GetFirst(st); ok; ok = web.docDates.Next(st)) {
     rows[st.k] = row_of(web, st.k, st.c);
-    tree_put(docAge, std::string(st.c) + ":" + st.k);
+    // Dates written "2011_01_02" sort among the others as "2011.01.02".
+    std::string age = std::string(st.c) + ":" + st.k;
+    for (size_t i = 0; i < 10 && i < age.size(); i++)
+      if (age[i] == '_') age[i] = '.';
+    tree_put(docAge, age);
   }
   // By age: newest first, a rank for each new date.
   Btree ranked;

@@ -106,7 +106,7 @@ int ut_htm::gloss_page(const char* term) {
   // A term goes to page (first character - 'A') % 10.  A first character
   // below 'A' (a digit, a quote, "$", or an empty term) gives a negative
   // remainder in C; it is brought into 0..9 by adding 10, so "1st" goes to
-  // page 2 and no term ever indexes outside the ten pages.
+  // page 4 and no term ever indexes outside the ten pages.
   int k = ((unsigned char)term[0] - 'A') % 10;
   return k < 0 ? k + 10 : k;
 }
