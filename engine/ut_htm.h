@@ -219,7 +219,6 @@ class ut_htm : public ut_htmst {
     ~derived_files();
   };
   derived_files derived_;
-  unsigned index_nr_ = 0;  // counts index keys that need telling apart
   std::string profile_date(const char* file);
   void change_sections(Btree& cur, Btree& old, const std::string& docKey, int docNr,
                        const std::string& date, const std::string& text, int& changed);
