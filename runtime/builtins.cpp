@@ -19,6 +19,7 @@
 #include "runtime/bmp_png.h"
 #include "runtime/file_ops.h"
 #include "runtime/safe_uts.h"
+#include "runtime/text_mode.h"
 
 namespace {
 
@@ -67,7 +68,13 @@ void say(int fd, const std::string& s) {
 // Lines of a handle as text: CR LF folded into LF, byte 26 ends the text.
 class line_reader {
  public:
-  explicit line_reader(int fd) : fd_(fd) {}
+  explicit line_reader(int fd)
+      : text_([fd](char* b, size_t n) {
+          ssize_t r;
+          do r = ::read(fd, b, n);
+          while (r < 0 && errno == EINTR);
+          return (long)r;
+        }) {}
   bool next(std::string& line) {
     while (true) {
       size_t nl = buf_.find('\n', at_);
@@ -93,37 +100,14 @@ class line_reader {
     buf_.erase(0, at_);
     at_ = 0;
     char tmp[65536];
-    ssize_t n;
-    do n = ::read(fd_, tmp, sizeof tmp);
-    while (n < 0 && errno == EINTR);
-    if (n <= 0) {
-      done_ = true;
-      if (cr_) buf_ += '\r';
-      cr_ = false;
-      return;
-    }
-    for (ssize_t i = 0; i < n; i++) {
-      char c = tmp[i];
-      if (cr_) {
-        cr_ = false;
-        if (c != '\n') buf_ += '\r';
-      }
-      if (c == 26) {
-        done_ = true;
-        return;
-      }
-      if (c == '\r') {
-        cr_ = true;
-        continue;
-      }
-      buf_ += c;
-    }
+    long n = text_.read(tmp, sizeof tmp);
+    if (n > 0) buf_.append(tmp, (size_t)n);
+    if (n < (long)sizeof tmp) done_ = true;
   }
-  int fd_;
+  text_reader text_;
   std::string buf_;
   size_t at_ = 0;
   bool done_ = false;
-  bool cr_ = false;
 };
 
 int open_read(const std::string& p) { return ::open(p.c_str(), O_RDONLY | O_CLOEXEC); }

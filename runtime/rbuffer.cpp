@@ -19,19 +19,6 @@ const char* const src = "rbuffer";
 const char* const not_open = "is not yet open";
 int open_count = 0;  // opens of all scanners, a dot is printed at each tenth
 
-// Text mode: CR LF becomes LF in place, a lone CR stays.  Returns the new length.
-int fold_crlf(char* p, int n) {
-  char* q = static_cast<char*>(memchr(p, '\r', n));
-  if (!q) return n;
-  char* end = p + n;
-  char* w = q;
-  for (char* r = q; r < end; ++r) {
-    if (*r == '\r' && r + 1 < end && r[1] == '\n') continue;
-    *w++ = *r;
-  }
-  return (int)(w - p);
-}
-
 std::string normal_path(const char* name) {
   std::string p = safe_ut.expand_env(name);
   std::replace(p.begin(), p.end(), '\\', '/');
@@ -162,7 +149,7 @@ void rBuffer::open_file(const char* name, const char* prefix) {
   pair_ = is_text_ = false;
   delete_at_eof_ = false;
   src_eof_ = false;
-  has_carry_ = false;
+  reader_.reset();
   any_text_ = false;
   ateof = true;
   if (!prefix) prefix = "";
@@ -248,8 +235,8 @@ void rBuffer::seek_start(long pos) {
   // in step; a position is used rarely and only near the start or end.
   char buf[16384];
   while (target > 0) {
-    int r = raw_read(buf, (int)std::min<long>(target, sizeof buf));
-    if (r == 0) {
+    long r = reader_.take_raw(buf, (size_t)std::min<long>(target, sizeof buf));
+    if (r <= 0) {
       src_eof_ = true;
       break;
     }
@@ -263,12 +250,10 @@ void rBuffer::copy_rest_aside() {
   safe_ut.ensure_dir(dir.c_str());
   std::string tmp = dir + "/rm_" + std::to_string(++aside_nr);
   FILE* t = safe_ut.create(tmp.c_str());
-  if (has_carry_) safe_ut.write_FILE(t, &carry_, 1);
-  has_carry_ = false;
   char buf[16384];
   for (;;) {
-    int r = raw_read(buf, sizeof buf);
-    if (r == 0) break;
+    long r = reader_.take_raw(buf, sizeof buf);
+    if (r <= 0) break;
     safe_ut.write_FILE(t, buf, r);
   }
   safe_ut.close_FILE(&t, src, __LINE__);
@@ -278,6 +263,7 @@ void rBuffer::copy_rest_aside() {
   if (f < 0) open_fail(f_name);
   delete_at_eof_ = true;
   src_eof_ = false;
+  reader_.reset();
 }
 
 void rBuffer::scan_text(const char* text, int n, const char* prefix) {
@@ -299,7 +285,7 @@ void rBuffer::scan_text(const char* text, int n, const char* prefix) {
   pair_ = false;
   is_text_ = true;
   src_eof_ = true;
-  has_carry_ = false;
+  reader_.reset();
   delete_at_eof_ = false;
   ateof = true;
   set_name("no file - we want to scan a string");
@@ -322,7 +308,8 @@ void rBuffer::rewind() {
   close_file();
   f = safe_ut.open_fd(f_name, 'R', 'B');
   if (f < 0) open_fail(f_name);
-  src_eof_ = has_carry_ = false;
+  src_eof_ = false;
+  reader_.reset();
   ateof = false;
   e = read_block(z, read_limit);
   any_text_ = e > 0;
@@ -355,72 +342,20 @@ int rBuffer::raw_read(char* buf, int n) {
   return r;
 }
 
-// Delivers up to `want` characters of text: CR LF folded to LF, the text
-// ending at byte 26.  The handle is opened in binary kind and the folding
-// is done here, in one place, for files and standard input alike.  A CR at the end of a read is held back until the next
-// byte shows whether it starts a CR LF pair; when the window is filled
-// exactly, one byte is read ahead so that the end of the file is known.
+// Delivers up to `want` characters of text through the text-mode reader.
+// When the window is filled exactly, the reader looks ahead so that the end
+// of the file is known at once.
 int rBuffer::read_block(char* dst, int want) {
-  int got = 0;
-  while (got < want && !src_eof_) {
-    char* p = dst + got;
-    int room = want - got;
-    int n = 0;
-    if (has_carry_) {
-      p[0] = carry_;
-      n = 1;
-      has_carry_ = false;
-    }
-    if (room == n) {  // only the carried byte fits
-      if (p[0] == 26) {
-        src_eof_ = true;
-        break;
-      }
-      if (p[0] == '\r') {
-        char c2;
-        if (raw_read(&c2, 1) == 0 || c2 == 26)
-          src_eof_ = true;
-        else if (c2 == '\n')
-          p[0] = '\n';
-        else {
-          carry_ = c2;
-          has_carry_ = true;
-        }
-      }
-      got += 1;
-      break;
-    }
-    int r = raw_read(p + n, room - n);
-    if (r == 0) src_eof_ = true;
-    n += r;
-    if (char* ctrl_z = static_cast<char*>(memchr(p, 26, n))) {
-      n = (int)(ctrl_z - p);
-      src_eof_ = true;
-    }
-    n = fold_crlf(p, n);
-    if (!src_eof_ && n > 0 && p[n - 1] == '\r') {
-      carry_ = '\r';
-      has_carry_ = true;
-      --n;
-    }
-    got += n;
-  }
-  if (got == want && !src_eof_ && !has_carry_) {
-    char c;
-    if (raw_read(&c, 1) == 0 || c == 26) {
-      src_eof_ = true;
-    } else {
-      carry_ = c;
-      has_carry_ = true;
-    }
-  }
-  return got;
+  if (src_eof_ || want <= 0) return 0;
+  long got = reader_.read(dst, (size_t)want);  // a failing read has ended in a report
+  src_eof_ = reader_.at_end();
+  return (int)got;
 }
 
 // After every read: at the end of the file close it, delete a "rm_" file,
 // and make the text end in a line feed.
 void rBuffer::eof_test() {
-  ateof = src_eof_ && !has_carry_;
+  ateof = src_eof_;
   if (!ateof) return;
   close_file();
   if (delete_at_eof_) {

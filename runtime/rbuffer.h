@@ -12,7 +12,7 @@
 //     the file ends before;
 //   - every line read from a file ends in "\n" (one is added at the end of
 //     a file that lacks it).
-// Files are read in text mode: CR LF becomes LF (a lone CR stays) and byte
+// Files are read in text mode (runtime/text_mode.h): CR LF becomes LF (a lone CR stays) and byte
 // 26 ends the text.  The block is allocated at the first open and reused.
 #pragma once
 
@@ -21,6 +21,7 @@
 #include <memory>
 
 #include "runtime/standard.h"
+#include "runtime/text_mode.h"
 
 class str_set;
 struct str_el;
@@ -150,9 +151,8 @@ class rBuffer : public standard {
   int locate(int from, const char* str, int len);
   void include_step(const char* key, FILE* out, const char* conv_name, include_record& list);
 
-  // State of the text-mode reader.
-  char carry_ = 0;        // one byte read from the file but not yet delivered
-  bool has_carry_ = false;
+  // The text-mode reader of the open file.
+  text_reader reader_{[this](char* buf, size_t n) { return (long)raw_read(buf, (int)n); }};
   bool src_eof_ = false;  // the file has nothing more to give
   bool delete_at_eof_ = false;
   bool any_text_ = false;  // something was read since the open

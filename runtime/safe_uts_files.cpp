@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@
 #include "runtime/command_runner.h"
 #include "runtime/file_ops.h"
 #include "runtime/safe_uts.h"
+#include "runtime/text_mode.h"
 
 const char* const safe_uts::ACL_hint =
     "MS Explorer may be in a folder already deleted,\nor you may not have enough permissions "
@@ -41,64 +43,6 @@ const char* const SRC = "safe_uts_files";
 // The state below lives on the heap and is never destroyed: `safe_ut` is
 // destroyed at the very end, after the objects of this file would be.
 
-// Per handle: 0 binary or unknown, 1 text, 2 text ended by byte 26.
-std::vector<unsigned char>& text_fds() {
-  static auto* v = new std::vector<unsigned char>;
-  return *v;
-}
-
-unsigned char& text_state(int fd) {
-  if (fd >= (int)text_fds().size()) text_fds().resize((size_t)fd + 1, 0);
-  return text_fds()[(size_t)fd];
-}
-
-bool is_text(int fd) { return fd >= 0 && fd < (int)text_fds().size() && text_fds()[(size_t)fd]; }
-
-// Reads up to n bytes of text: CR LF becomes LF (a lone CR stays), byte 26
-// ends the text.  Fills the buffer unless the end comes first, so that a
-// short count always means the end.
-long fold_read(int fd, char* out, long n, unsigned char& state) {
-  long got = 0;
-  while (got < n && state == 1) {
-    ssize_t r = ::read(fd, out + got, (size_t)(n - got));
-    if (r < 0) {
-      if (errno == EINTR) continue;
-      return -1;
-    }
-    if (r == 0) break;
-    char* p = out + got;
-    char* q = p;
-    char* end = p + r;
-    for (; p < end; p++) {
-      char c = *p;
-      if (c == 26) {
-        state = 2;
-        break;
-      }
-      if (c == '\r') {
-        if (p + 1 < end) {
-          if (p[1] == '\n') continue;
-        } else {  // the block ends in CR: look at the next byte
-          char nx;
-          ssize_t k;
-          do k = ::read(fd, &nx, 1);
-          while (k < 0 && errno == EINTR);
-          if (k == 1) {
-            if (nx == '\n') {
-              *q++ = '\n';
-              continue;
-            }
-            ::lseek(fd, -1, SEEK_CUR);
-          }
-        }
-      }
-      *q++ = c;
-    }
-    got = q - out;
-  }
-  return got;
-}
-
 long read_full(int fd, char* out, long n) {
   long got = 0;
   while (got < n) {
@@ -113,51 +57,39 @@ long read_full(int fd, char* out, long n) {
   return got;
 }
 
+// The text-mode reader of each handle opened as text.
+std::map<int, std::unique_ptr<text_reader>>& text_fds() {
+  static auto* m = new std::map<int, std::unique_ptr<text_reader>>;
+  return *m;
+}
+
+text_reader* text_of(int fd) {
+  auto it = text_fds().find(fd);
+  return it == text_fds().end() ? nullptr : it->second.get();
+}
+
 // A read-only text stream folds its line ends like a text handle.  Its
 // positions count the text as it is read (CR LF as one byte), so that the
 // buffering of stdio stays consistent; a seek backwards reads from the start.
 struct text_cookie {
   int fd;
-  bool ended = false;
   off_t fpos = 0;  // position in the folded text of the next byte given
-  size_t at = 0, n = 0;
-  char buf[65536];
+  text_reader reader{[this](char* b, size_t n) { return read_full(fd, b, (long)n); }};
+  explicit text_cookie(int d) : fd(d) {}
 };
-
-bool cookie_fill(text_cookie* k, size_t keep) {
-  // Keeps the bytes from `at` on (at most `keep` of them) and reads more.
-  size_t rest = k->n - k->at;
-  if (rest > keep) rest = keep;
-  memmove(k->buf, k->buf + k->at, rest);
-  k->at = 0;
-  k->n = rest;
-  ssize_t r;
-  do r = ::read(k->fd, k->buf + rest, sizeof k->buf - rest);
-  while (r < 0 && errno == EINTR);
-  if (r > 0) k->n += (size_t)r;
-  return r > 0;
-}
 
 // Gives up to `want` bytes of folded text; a null `out` skips them.
 size_t cookie_take(text_cookie* k, char* out, size_t want) {
   size_t got = 0;
-  while (got < want && !k->ended) {
-    if (k->at == k->n && !cookie_fill(k, 0)) break;
-    char ch = k->buf[k->at];
-    if (ch == 26) {
-      k->ended = true;
-      break;
-    }
-    if (ch == '\r') {
-      if (k->at + 1 == k->n) cookie_fill(k, 1);  // what follows the CR?
-      if (k->at + 1 < k->n && k->buf[k->at + 1] == '\n') {
-        k->at++;
-        ch = '\n';
-      }
-    }
-    if (out) out[got] = ch;
-    got++;
-    k->at++;
+  char skip[4096];
+  while (got < want) {
+    size_t ask = want - got;
+    char* to = out ? out + got : skip;
+    if (!out && ask > sizeof skip) ask = sizeof skip;
+    long r = k->reader.read(to, ask);
+    if (r <= 0) break;
+    got += (size_t)r;
+    if ((size_t)r < ask) break;
   }
   k->fpos += (off_t)got;
   return got;
@@ -172,8 +104,7 @@ int cookie_seek(void* c, off64_t* pos, int whence) {
   auto restart = [k]() {
     if (::lseek(k->fd, 0, SEEK_SET) < 0) return false;
     k->fpos = 0;
-    k->at = k->n = 0;
-    k->ended = false;
+    k->reader.reset();
     return true;
   };
   off_t to = (off_t)*pos;
@@ -206,8 +137,7 @@ FILE* fopen_mode(const std::string& p, const char* mode) {
     int fd = ::open(p.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) return nullptr;
     cookie_io_functions_t fns{cookie_read, nullptr, cookie_seek, cookie_close};
-    auto* k = new text_cookie;
-    k->fd = fd;
+    auto* k = new text_cookie(fd);
     FILE* f = fopencookie(k, "r", fns);
     if (!f) {
       ::close(fd);
@@ -605,7 +535,7 @@ void safe_uts::close_fd(int* fd, const char* file, int line) {
     count_close();
     printf("\n_fdes.close  = %2i, %8i", openfiles, *fd);
   }
-  if (is_text(*fd)) text_fds()[(size_t)*fd] = 0;
+  text_fds().erase(*fd);
   if (::close(*fd) != 0) {
     printf("\nerror: errno = %i, cannot close file, disk full ???", errno);
     errno = 0;
@@ -656,13 +586,16 @@ int safe_uts::open_fd(const char* name, int mode, int kind) {
     std::string cd = cwd();
     exut.fail(__LINE__, SRC, "System: currWorkDir = %s,\ncannot open( %s, %c, %c )", cd.c_str(), name, mode, kind);
   }
-  text_state(fd) = kind == 't' ? 1 : 0;
+  if (kind == 't')
+    text_fds()[fd] = std::make_unique<text_reader>([fd](char* b, size_t n) { return read_full(fd, b, (long)n); });
+  else
+    text_fds().erase(fd);
   count_open("open_fd", (void*)(long)fd, name);
   return fd;
 }
 
 bool safe_uts::eof_fd(int fd) {
-  if (is_text(fd) && text_fds()[(size_t)fd] == 2) return true;
+  if (text_reader* t = text_of(fd)) return t->at_end();
   int e0 = errno;
   off_t at = ::lseek(fd, 0, SEEK_CUR);
   struct stat st;
@@ -770,7 +703,8 @@ int safe_uts::read_fd(int fd, void* data, int n) {
     exut.fail(__LINE__, SRC, "System: read_fd() of a negative count\n");
   }
   if (n == 0) return 0;
-  long r = is_text(fd) ? fold_read(fd, (char*)data, n, text_fds()[(size_t)fd]) : read_full(fd, (char*)data, n);
+  text_reader* t = text_of(fd);
+  long r = t ? t->read((char*)data, (size_t)n) : read_full(fd, (char*)data, n);
   if (r < 0) {
     exut.show_int("f", fd);
     exut.fail(__LINE__, SRC, "System: cannot read from file %i (errno %i)\n", fd, errno);
