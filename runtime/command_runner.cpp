@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 #include "runtime/builtins.h"
@@ -54,20 +55,16 @@ int command_runner::run(const std::string& line) {
     tell(2, "The syntax of the command is incorrect: " + cl.error + "\n");
     return 1;
   }
-  std::string start;
-  bool cd = changes_folder(cl);
-  if (cd) {
-    char buf[PATH_MAX];
-    if (::getcwd(buf, sizeof buf)) start = buf;
-  }
+  // A change of folder holds for the rest of its line only.
+  std::optional<folder_guard> start;
+  if (changes_folder(cl)) start.emplace();
   int status = 0;
   for (size_t k = 0; k < cl.commands.size(); k++) {
     if (k > 0 && status != 0) break;
     status = run_pipeline(cl.commands[k]);
     if (!missing.empty()) break;
   }
-  // A change of folder holds for the rest of its line only.
-  if (cd && !start.empty() && ::chdir(start.c_str()) != 0) tell(2, "cannot return to " + start + "\n");
+  if (start && !start->back_quietly()) tell(2, "cannot return to " + start->before() + "\n");
   return status;
 }
 

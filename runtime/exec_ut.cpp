@@ -199,7 +199,7 @@ ExecUt::~ExecUt() {
 void ExecUt::no_exut_exit(int line, const char* file) {
   printf("\nerror: No exut !!  %i %s", line, file);
   fflush(stdout);
-  exit(1);
+  end_run(1);
 }
 
 int ExecUt::msg_len() const { return (int)strlen(msg); }
@@ -253,7 +253,7 @@ void ExecUt::fatal(int line, const char* file) {
   if (at <= maxdepth) stack[at].line = line;
   set_errno(last_err, line, file);
   fflush(stdout);
-  exit(1);
+  end_run(1);
 }
 
 void ExecUt::ERROR(const char* text) {
@@ -299,7 +299,7 @@ const char* ExecUt::err_name(int code) {
 void ExecUt::stop(int rc) {
   if (stopped) {
     printf("\n stop: %i, stopped = %i\n", rc, stopped);
-    exit(1);
+    end_run(1);
   }
   if (rc < 0) {
     errno = saved_errno;
@@ -311,13 +311,13 @@ void ExecUt::stop(int rc) {
   }
   printf("\nis errno %i, last LB_ was in %s\n\n", errno, last_LB);
   fflush(stdout);
-  exit(rc);
+  end_run(rc);
 }
 
 void ExecUt::stop_with(int code) {
   printf("\nS y s t e m E r r o r  in %s.exe: %s\n\n", program_name, err_name(code));
   fflush(stdout);
-  exit(code);
+  end_run(code);
 }
 
 void ExecUt::LB_(const char* name, const char* file, int line) {
@@ -326,7 +326,7 @@ void ExecUt::LB_(const char* name, const char* file, int line) {
   if (at == 0) {
     set_errno(err::stack_too_deep, line, file);
     at += 8;
-    exit(1);
+    end_run(1);
   }
   at--;
   if (at < deepest) deepest = at;
@@ -354,7 +354,7 @@ void ExecUt::LE_(int line) {
     at = maxdepth;
     ring_at = ring;
     add("W a r n i n g : ExecUt out of step \n");
-    exit(1);
+    end_run(1);
   }
   Entry& en = stack[at];
   ring_at = const_cast<char*>(en.text) >= ring && const_cast<char*>(en.text) < ring + ring_size
@@ -366,7 +366,7 @@ void ExecUt::LE_(int line) {
 }
 
 void ExecUt::stack_dump() {
-  if (dumping) exit(1);
+  if (dumping) end_run(1);
   dumping = 1;
   saved_errno = errno;
   FILE* out = trace_file ? trace_file : stdout;

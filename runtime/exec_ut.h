@@ -9,6 +9,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "runtime/run_end.h"
+
 class standard;
 
 // The system's own error codes, carried in `errno` next to the library's.
@@ -84,7 +86,7 @@ class ExecUt {
 
   // Reports the failure and throws the report text; never returns.
   [[noreturn]] void throw_error(int line, const char* file);
-  // As throw_error, but records the stack and ends with exit(1).
+  // As throw_error, but records the stack and ends the run with status 1.
   [[noreturn]] void fatal(int line, const char* file);
   // Counts and prints a reported line; the run goes on.
   void ERROR(const char* text);

@@ -728,7 +728,7 @@ void safe_uts::expected(int line, const char* file, const char* at, const char* 
   printf("\n%i.%s\nSyntax Error in Spalte %i:\n                 expected: [%s]...\n                    found: [%s]",
          line, file ? file : "", col, text, found.c_str());
   fflush(stdout);
-  exit(1);
+  end_run(1);
 }
 
 int safe_uts::check_len(int min, int max, const char* s, const char* file, int line) {

@@ -231,6 +231,8 @@ class safe_uts {
   std::vector<std::string> list_dir(const char* dir);
   static bool name_less(const std::string& a, const std::string& b);
   std::string cwd();
+  // Changes the working folder for good; a change for a while goes through
+  // `folder_guard`.
   void change_dir(const char* dir);
 
   // ------------------------------------------------------ temporary names
@@ -313,6 +315,32 @@ class safe_uts {
 };
 
 extern safe_uts safe_ut;
+
+// The working folder changed for a while.  The guard remembers the folder
+// it was made in; `enter` goes into another, `back` returns.  When a failure
+// passes through before `back`, the destructor returns silently, so that no
+// caller further up finds itself in a folder it never chose.
+class folder_guard {
+ public:
+  folder_guard();
+  ~folder_guard();
+  folder_guard(const folder_guard&) = delete;
+  folder_guard& operator=(const folder_guard&) = delete;
+
+  // Goes into `dir`.  A failure is reported as change_dir reports it, or,
+  // with `who`, showing `who` and "cannot change to".
+  void enter(const char* dir, const char* who = nullptr);
+  // Returns to the folder of before.  A failure is reported as change_dir
+  // reports it, or, with `who`, showing `who` and "cannot change back to".
+  void back(const char* who = nullptr);
+  // Returns without a report; false when the folder could not be entered.
+  bool back_quietly();
+  const std::string& before() const { return before_; }
+
+ private:
+  std::string before_;
+  bool away_ = false;
+};
 
 // The shared command buffer into which commands are formatted.
 extern char comm_buf[8000];

@@ -211,10 +211,6 @@ bool ieq_prefix(const char* s, const char* p) { return strncasecmp(s, p, strlen(
 safe_uts::safe_uts() {
   static const unsigned char u[8] = {225, 132, 148, 129, 142, 153, 154, 0};
   memcpy(umlauts, u, sizeof u);
-  if (!memchr(umlauts, 225, 7)) {
-    printf("\nerror: umlauts not set\n");
-    exit(1);
-  }
   date_buf[0] = 0;
   date_buf2[0] = 0;
   maxopenfiles = maxopenfiles_default;
@@ -233,9 +229,9 @@ safe_uts::safe_uts() {
 }
 
 safe_uts::~safe_uts() {
-  if (in_destructor) {
+  if (in_destructor) {  // a destructor must neither throw nor end the process
     printf("\nError in ~safe_uts(), exit\n");
-    exit(1);
+    return;
   }
   in_destructor = 1;
   if (errno) {
@@ -1119,6 +1115,41 @@ void safe_uts::change_dir(const char* dir) {
   }
 }
 
+folder_guard::folder_guard() : before_(safe_ut.cwd()) {}
+
+folder_guard::~folder_guard() {
+  if (away_) back_quietly();
+}
+
+void folder_guard::enter(const char* dir, const char* who) {
+  if (!who) {
+    safe_ut.change_dir(dir);
+  } else if (::chdir(safe_ut.os_name(dir).c_str()) != 0) {
+    exut.show_str(who, dir);
+    exut.fail(__LINE__, SRC, "System: cannot change to %s\ncurrDir = %s\n", dir, before_.c_str());
+  }
+  away_ = true;
+}
+
+void folder_guard::back(const char* who) {
+  away_ = false;
+  if (!who) {
+    safe_ut.change_dir(before_.c_str());
+  } else if (::chdir(before_.c_str()) != 0) {
+    exut.show_str(who, before_.c_str());
+    exut.fail(__LINE__, SRC, "System: cannot change back to %s\ncurrDir = %s\n", before_.c_str(),
+              safe_ut.cwd().c_str());
+  }
+}
+
+bool folder_guard::back_quietly() {
+  away_ = false;
+  int e0 = errno;
+  bool ok = ::chdir(before_.c_str()) == 0;
+  errno = e0;
+  return ok;
+}
+
 // ------------------------------------------------------ temporary names
 
 const char* safe_uts::tmp_dir() {
@@ -1396,7 +1427,7 @@ int safe_uts::system(const char* comm) {
     printf("\nError: Not on PATH: %s\n", runner().missing.c_str());
     fflush(stdout);
     errno = 0;
-    exit(1);
+    end_run(1);
   }
   if (trace) printf("\n<-- %s", shown.c_str());
 
@@ -1439,10 +1470,10 @@ void safe_uts::final_xNUL() {
 
 void safe_uts::attrib_r(const char* dir, const char* comm) {
   NN(dir);
-  std::string back = cwd();
-  change_dir(dir);
+  folder_guard in_dir;
+  in_dir.enter(dir);
   system(comm && *comm ? comm : "attrib -r /s");
-  change_dir(back.c_str());
+  in_dir.back();
 }
 
 bool safe_uts::tasks_with(const char* name) {
@@ -1539,26 +1570,20 @@ void safe_uts::done_exit(int rc) {
   char m[64];
   snprintf(m, sizeof m, "DONE, exit with rc = %i", rc);
   message_box(m);
-  exit(rc);
+  end_run(rc);
 }
 
 void safe_uts::doAt(const char* dir, const char* comm, const char* out) {
   NN(dir);
   NN(comm);
-  std::string before = cwd();
+  folder_guard in_dir;
   if (ok_is_a(dir) != 'd')
-    exut.fail(__LINE__, SRC, "System: no such doAt folder: %s\ncurrDir = %s", dir, before.c_str());
-  if (::chdir(os_name(dir).c_str()) != 0) {
-    exut.show_str("doAt", dir);
-    exut.fail(__LINE__, SRC, "System: cannot change to %s\ncurrDir = %s\n", dir, before.c_str());
-  }
+    exut.fail(__LINE__, SRC, "System: no such doAt folder: %s\ncurrDir = %s", dir, in_dir.before().c_str());
+  in_dir.enter(dir, "doAt");
   std::string c = out ? std::string(comm) + " > " + out : std::string(comm);
   system(c.c_str());
   system("DEL xNUL_*");
-  if (::chdir(before.c_str()) != 0) {
-    exut.show_str("before", before.c_str());
-    exut.fail(__LINE__, SRC, "System: cannot change back to %s\ncurrDir = %s\n", before.c_str(), cwd().c_str());
-  }
+  in_dir.back("before");
 }
 
 void safe_uts::del(const char* name) {
@@ -1599,13 +1624,13 @@ bool safe_uts::on_path(const char* name, int exit_if_missing, long size) {
   if (p.empty()) {
     printf("\nError: Not on PATH: %s\n", name);
     fflush(stdout);
-    if (exit_if_missing == 1) exit(1);
+    if (exit_if_missing == 1) end_run(1);
     return false;
   }
   if (size != 0 && file_size(p.c_str()) != size) {
     printf("zError: wrong version: %s\n", p.c_str());
     fflush(stdout);
-    if (exit_if_missing == 1) exit(1);
+    if (exit_if_missing == 1) end_run(1);
     exut.fail(__LINE__, SRC, "System: wrong version: %s\n", p.c_str());
   }
   return true;
