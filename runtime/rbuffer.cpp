@@ -184,11 +184,6 @@ void rBuffer::open_file(const char* name, const char* prefix) {
     delete_at_eof_ = starts_with(f_name, "rm_");
   }
   ateof = false;
-  if (corrPos) {
-    long pos = corrPos;
-    corrPos = 0;
-    seek_start(pos);
-  }
   int got = read_block(z + e, read_limit - e);
   a = s = s2 = 0;
   e += got;
@@ -219,29 +214,6 @@ void rBuffer::open_fail(const char* name) {
   }
   if (odd) exut.show_str("file", name);
   exut.fail(__LINE__, src, "error: cannot open %s\n", name);
-}
-
-void rBuffer::seek_start(long pos) {
-  long target = pos;
-  if (pos < 0) target = f > 0 ? safe_ut.len(f) + pos : -1;
-  if (target < 0 || f < 1) {
-    int code = errno ? errno : err::seek_failure;
-    exut.show_int("corrPos", pos);
-    exut.show_int("errno", code);
-    errno = code;
-    exut.fail(__LINE__, src, "System: rBuffer cannot seek to %li in %s", pos, f_name);
-  }
-  // Reading forward keeps the handle's position and the text-mode reader
-  // in step; a position is used rarely and only near the start or end.
-  char buf[16384];
-  while (target > 0) {
-    long r = reader_.take_raw(buf, (size_t)std::min<long>(target, sizeof buf));
-    if (r <= 0) {
-      src_eof_ = true;
-      break;
-    }
-    target -= r;
-  }
 }
 
 void rBuffer::copy_rest_aside() {
@@ -289,38 +261,6 @@ void rBuffer::scan_text(const char* text, int n, const char* prefix) {
   delete_at_eof_ = false;
   ateof = true;
   set_name("no file - we want to scan a string");
-}
-
-void rBuffer::reopen(const char* old, const char* name, const char* prefix, FILE** out,
-                     const char* out_name) {
-  if (out && *out) safe_ut.close_FILE(out, src, __LINE__);
-  if (old) safe_ut.remove_file(old);
-  open_file(name, prefix);
-  if (out && out_name) *out = safe_ut.create(out_name);
-}
-
-void rBuffer::rewind() {
-  if (pair_) return;
-  if (is_text_ || f == 0 || !raw) {
-    a = s = 0;
-    return;
-  }
-  close_file();
-  f = safe_ut.open_fd(f_name, 'R', 'B');
-  if (f < 0) open_fail(f_name);
-  src_eof_ = false;
-  reader_.reset();
-  ateof = false;
-  e = read_block(z, read_limit);
-  any_text_ = e > 0;
-  eof_test();
-  a = s = s2 = 0;
-  guard_pos = INT_MIN;
-  tab_col_ = 4;
-  if (mae) mae_text(0);
-  if (conv) convert(conv, 0);
-  z[e] = 0;
-  z[e + 1] = 0;
 }
 
 void rBuffer::stop() {
@@ -451,27 +391,6 @@ bool rBuffer::not_at_end() {
   return a < e;
 }
 
-void rBuffer::write_to(const char* p, FILE* out) {
-  int to = (int)(p - z);
-  if (out && to > a) {
-    const char* nul = static_cast<const char*>(memchr(z + a, 0, to - a));
-    put(out, a, nul ? (int)(nul - z) : to);
-  }
-  a = to;
-}
-
-char* rBuffer::skip_set(int n, const char* set) {
-  a += n;
-  while (a < e && z[a] && strchr(set, z[a])) ++a;
-  return z + a;
-}
-
-int rBuffer::before_a(const char* set) {
-  for (int i = a - 1; i >= 0; --i)
-    if (!z[i] || !strchr(set, z[i])) return (unsigned char)z[i];
-  return 0;
-}
-
 long rBuffer::copy_rest(FILE* out) {
   long n = 0;
   while (a < e) {
@@ -483,43 +402,6 @@ long rBuffer::copy_rest(FILE* out) {
     fill(fill_default);
   }
   return n;
-}
-
-long rBuffer::write_and_rest(const char* text, char* p, FILE* out) {
-  a = (int)(p - z);
-  long n = 0;
-  if (text && *text) {
-    n = (long)strlen(text);
-    if (out) safe_ut.write_FILE(out, text, n);
-  }
-  return n + copy_rest(out);
-}
-
-int rBuffer::compact(int from) {
-  int i = std::max(from, a);
-  if (i >= e) return 0;
-  char* first = static_cast<char*>(memchr(z + i, 0, e - i));
-  if (!first) return 0;
-  int w = (int)(first - z);
-  for (int r = w; r < e; ++r)
-    if (z[r]) z[w++] = z[r];
-  int removed = e - w;
-  e = w;
-  z[e] = 0;
-  if (s > e) s = e;
-  if (s2 > e) s2 = e;
-  return removed;
-}
-
-int rBuffer::has_NULL() {
-  if (a >= e) return 0;
-  const char* p = static_cast<const char*>(memchr(z + a, 0, e - a));
-  if (!p) return 0;
-  int at = (int)(p - z);
-  int from = std::max(a, at - 100);
-  printf("\n\nNULL following [%.*s]\n", at - from, z + from);
-  exut.show_mem("has_NULL", z + from, 100);
-  return at - a;
 }
 
 void rBuffer::syntax_error(const char* name, const char* p, const char* q) {
@@ -1108,9 +990,4 @@ void rBuffer::mae_text(int from) {
     unsigned char c = (unsigned char)z[i];
     if (c != 225 && t.dos_to_win[c]) z[i] = (char)t.dos_to_win[c];
   }
-}
-
-void rBuffer::mae_in_window() {
-  mae = true;
-  if (z) mae_text(a);
 }

@@ -48,9 +48,6 @@ class rBuffer : public standard {
   // ------------------------------------------------------------ opening
   void open_file(const char* name, const char* prefix = "");
   void scan_text(const char* text, int n, const char* prefix = "");
-  void reopen(const char* old, const char* name, const char* prefix, FILE** out,
-              const char* out_name);
-  void rewind();
   void stop();
 
   // ------------------------------------------------------------- window
@@ -59,13 +56,7 @@ class rBuffer : public standard {
   char* advance(FILE* out);
   bool more(int n);
   bool not_at_end();
-  void write_to(const char* p, FILE* out);
-  char* skip_set(int n, const char* set);
-  int before_a(const char* set);
   long copy_rest(FILE* out);
-  long write_and_rest(const char* text, char* p, FILE* out);
-  int compact(int from);
-  int has_NULL();
   void syntax_error(const char* name, const char* p, const char* q);
   void syntax_error(const char* name, const char* p) { syntax_error(name, p, p); }
   void trace(const char* name, FILE* stream) override;
@@ -82,7 +73,6 @@ class rBuffer : public standard {
 
   // -------------------------------------------------------- conversions
   void convert(const char* name, int from);
-  void mae_in_window();
 
   // Fields, in the order of the data model.
   int find_count = 0;
@@ -105,7 +95,6 @@ class rBuffer : public standard {
   int guard_pos = INT_MIN;
   int guard_count = 0;
   int capacity = 367872;
-  int corrPos = 0;
   const char* eof_text = " \n EOF = {[(.)]}/\\-_' \" ";
   struct include_record {
     int n = 0;
@@ -139,9 +128,7 @@ class rBuffer : public standard {
   void close_file();
   int read_block(char* dst, int want);
   void eof_test();
-  void not_a_file_exit();
   void open_fail(const char* name);
-  void seek_start(long pos);
   void copy_rest_aside();
   int convert_text(const char* name, const char* in, int n, char* out, int room);
   void mae_text(int from);

@@ -60,28 +60,6 @@ bool safe_uts::is_name_char(int c) {
   return c == '$' || c == '_' || is_alnum(c);
 }
 
-bool safe_uts::is_name_char_or(int c, const char* extra) {
-  if (is_name_char(c)) return true;
-  c &= 0xFF;
-  return extra && c && strchr(extra, c) != nullptr;
-}
-
-bool safe_uts::is_key_char(int c) {
-  c &= 0xFF;
-  return c == ':' || c == '-' || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-         (c >= '0' && c <= '9');
-}
-
-bool safe_uts::is_quote(int c) {
-  c &= 0xFF;
-  return c == '\'' || c == '`' || c == '"';
-}
-
-bool safe_uts::in_range(int c, int low, int high) {
-  unsigned u = c & 0xFF;
-  return u >= (unsigned)(low & 0xFF) && u <= (unsigned)(high & 0xFF);
-}
-
 // --------------------------------------------------------- search, compare
 
 const char* safe_uts::char_in(int c, const char* s) {
@@ -134,14 +112,6 @@ int safe_uts::common_prefix_len(const char* a, const char* b) {
   return n;
 }
 
-int safe_uts::common_prefix_len_a(const char* a, const char* b) {
-  NN(a);
-  NN(b);
-  int n = 0;
-  while (a[n] && a[n] == b[n]) n++;
-  return n;
-}
-
 int safe_uts::longest_substring_from_start(const char* a, const char* b) {
   NN(a);
   NN(b);
@@ -176,11 +146,6 @@ bool safe_uts::ends_with(const char* s, const char* tail) {
   return m <= n && memcmp(s + n - m, tail, m) == 0;
 }
 
-const char* safe_uts::last_char_pos(const char* s, int c) {
-  NN(s);
-  return strrchr(s, c & 0xFF);
-}
-
 const char* safe_uts::last_str_pos(const char* s, const char* t) {
   NN(s);
   NN(t);
@@ -206,34 +171,12 @@ const char* safe_uts::file_part(const char* s) {
   return r;
 }
 
-bool safe_uts::all_name_chars(const char* s) {
-  NN(s);
-  for (; *s; s++)
-    if (!is_name_char(*s)) return false;
-  return true;
-}
-
-bool safe_uts::all_name_or_blank(const char* s) {
-  NN(s);
-  for (; *s; s++)
-    if (!is_name_char(*s) && *s != ' ') return false;
-  return true;
-}
-
 int safe_uts::count_char(const char* s, int c, int stop) {
   NN(s);
   int n = 0;
   for (; *s && *s != (char)stop; s++)
     if (*s == (char)c) n++;
   return n;
-}
-
-int safe_uts::cmp_back(const char* a, const char* b, int n) {
-  NN(a);
-  NN(b);
-  for (int i = n - 1; i >= 0; i--)
-    if (a[i] != b[i]) return (unsigned char)b[i] - (unsigned char)a[i];
-  return 0;
 }
 
 bool safe_uts::selected(const char* sel, const char* s) {
@@ -286,59 +229,11 @@ int safe_uts::words_in(const char* s, const char* t, bool caps_only) {
 int safe_uts::to_upper_char(int c) { return toupper(c & 0xFF); }
 int safe_uts::to_lower_char(int c) { return tolower(c & 0xFF); }
 
-void safe_uts::to_upper(char* s) {
-  NN(s);
-  for (; *s; s++) *s = (char)to_upper_char(*s);
-}
-
-void safe_uts::to_lower(char* s) {
-  NN(s);
-  for (; *s; s++) *s = (char)to_lower_char(*s);
-}
-
-void safe_uts::to_upper_n(char* s, int n) {
-  NN(s);
-  if (n == -1) n = (int)strlen(s);
-  for (int i = 0; i < n; i++) s[i] = (char)to_upper_char(s[i]);
-}
-
-void safe_uts::to_lower_n(char* s, int n) {
-  NN(s);
-  if (n == -1) n = (int)strlen(s);
-  for (int i = 0; i < n; i++) s[i] = (char)to_lower_char(s[i]);
-}
-
-char* safe_uts::copy_upper(char* out, const char* s) {
-  NN(out);
-  NN(s);
-  char* o = out;
-  while (*s) *o++ = (char)to_upper_char(*s++);
-  *o = 0;
-  return out;
-}
-
-char* safe_uts::copy_lower(char* out, const char* s) {
-  NN(out);
-  NN(s);
-  char* o = out;
-  while (*s) *o++ = (char)to_lower_char(*s++);
-  *o = 0;
-  return out;
-}
-
 void safe_uts::cut_tail(char* s, int c) {
   NN(s);
   size_t n = strlen(s);
   while (n > 0 && s[n - 1] == (char)c) s[--n] = 0;
 }
-
-void safe_uts::cut_tail_keep1(char* s, int c) {
-  NN(s);
-  size_t n = strlen(s);
-  while (n > 1 && s[n - 1] == (char)c) s[--n] = 0;
-}
-
-int safe_uts::replace_char_any(int c1, int c2, char* s) { return replace_char(s, (char)c1, (char)c2); }
 
 void safe_uts::one_blank(char* s) {
   NN(s);
@@ -453,33 +348,6 @@ int safe_uts::replace_in_file(const char* file, const char* str1, const char* st
   return n;
 }
 
-void safe_uts::keep_between(const char* file, const char* str1, const char* str2, const char* out) {
-  NN(file);
-  NN(str1);
-  NN(str2);
-  NN(out);
-  std::string text = read_text(file);
-  std::string res;
-  size_t i = 0;
-  while (true) {
-    size_t j = text.find(str1, i);
-    if (j == std::string::npos) break;
-    size_t k = text.find(str2, j + strlen(str1));
-    if (k == std::string::npos) {
-      exut.show_str("str2", str2);
-      exut.fail(__LINE__, SRC, "System: keep_between() finds no str2\n");
-    }
-    res.append(text, j, k - j);
-    res += str2;
-    res += "\n\n";
-    i = k + strlen(str2);
-  }
-  if (!strcmp(out, "-"))
-    fwrite(res.data(), 1, res.size(), stdout);
-  else
-    write_text(out, res);
-}
-
 void safe_uts::java_name(char* s) {
   NN(s);
   for (char* p = s; *p; p++)
@@ -579,12 +447,6 @@ int safe_uts::atoi(const char* s, const char* file, int line) {
   return sign * (int)v;
 }
 
-unsigned safe_uts::digits_value(const char* s) {
-  unsigned v = 0;
-  while (s && isdigit((unsigned char)*s)) v = v * 10u + (unsigned)(*s++ - '0');
-  return v;
-}
-
 double safe_uts::parse_decimal(const char* s, int sep) {
   NN(s);
   if (sep != '.' && sep != ',') {
@@ -670,14 +532,6 @@ char* safe_uts::put(char* out, const char* format, long value) {
   return out + n;
 }
 
-char* safe_uts::put_text(char* out, const char* s) {
-  NN(out);
-  NN(s);
-  size_t n = strlen(s);
-  memcpy(out, s, n + 1);
-  return out + n;
-}
-
 // ------------------------------------------------------------------- syntax
 
 namespace {
@@ -753,71 +607,7 @@ int safe_uts::check_len(int min, int max, const char* s, const char* file, int l
   return 0;
 }
 
-void safe_uts::check_size(char* s, int n, const char* file, int line) {
-  NN(s);
-  if (memchr(s, 0, n)) return;
-  s[n - 1] = 0;
-  exut.fail(__LINE__, SRC, "Error in at %i.%s: \n%i < strlen( %.60s... )\n", line, file ? file : "", n, s);
-}
-
 // --------------------------------------------------------- pointer scanners
-
-void safe_uts::to_char(char** p, int c) {
-  char* q = *p;
-  while (*q != (char)c) q++;
-  *q = 0;
-  *p = q;
-}
-
-int safe_uts::to_set(char** p, const char* set) {
-  char* q = *p;
-  while (!strchr(set, *q)) q++;  // the NUL of `set` stops at the end of text
-  int c = (unsigned char)*q;
-  *q = 0;
-  *p = q;
-  return c;
-}
-
-void safe_uts::to_char_trim(char** p, int c) {
-  char* start = *p;
-  char* q = start;
-  while (*q != (char)c) q++;
-  char* t = q;
-  while (t > start && is_space((unsigned char)t[-1])) t--;
-  *t = 0;
-  *p = q;
-}
-
-void safe_uts::to_char_blank(char** p, int c, int b) {
-  char* start = *p;
-  char* q = start;
-  while (*q != (char)c) q++;
-  char* t = q;
-  while (t > start && is_space((unsigned char)t[-1])) t--;
-  *t = 0;
-  for (char* r = start; r < t; r++)
-    if (*r == ' ') *r = (char)b;
-  *p = q;
-}
-
-void safe_uts::skip_fields(char** p, int offset, int n) {
-  char* q = *p + offset;
-  for (int i = 0; i < n; i++) {
-    while (*q == ' ') q++;
-    while (*q && *q != ' ') q++;
-  }
-  while (*q == ' ') q++;
-  *p = q;
-}
-
-void safe_uts::to_end_of_line_trim(const char* start, char** p, int c) {
-  char* q = *p;
-  while (*q && *q != (char)c) q++;
-  char* t = q;
-  while (t > start && is_space((unsigned char)t[-1])) t--;
-  *t = 0;
-  *p = q;
-}
 
 // ------------------------------------------------- C-family source skipping
 
@@ -851,10 +641,6 @@ bool safe_uts::odd_backslashes(const char* p) {
   int n = 0;
   while (p[-1 - n] == '\\') n++;
   return n % 2;
-}
-
-int safe_uts::odd_backslashes_from(const char* p, const char* first_non_backslash) {
-  return (int)((p - first_non_backslash) % 2);
 }
 
 void safe_uts::skip_string(char** p, const char* end) {
@@ -908,23 +694,6 @@ void safe_uts::skip_char_literal(char** p, const char* end) {
   }
 }
 
-void safe_uts::skip_strict_string(char** p, const char* end) {
-  char* open = *p;
-  char* q = open + 1;
-  char quote = *open;
-  for (;;) {
-    if (q >= end || *q == '\n' || *q == 0) {
-      show_text("string", open, 40);
-      exut.fail(__LINE__, SRC, "System: string not closed on its line\n");
-    }
-    if (*q == quote && !odd_backslashes(q)) {
-      *p = q + 1;
-      return;
-    }
-    q++;
-  }
-}
-
 namespace {
 // The position behind the `close` that matches the first `open` at or behind
 // `q`, counting nesting and stepping over strings and character literals;
@@ -961,78 +730,6 @@ void safe_uts::skip_brackets(char** p, int open, int close) {
   *p = r ? r : end;
 }
 
-void safe_uts::skip_brackets_to(char** p, int open, int close, const char* end) {
-  char* r = bracket_end(*this, *p, open, close, end);
-  if (r) {
-    *p = r;
-    return;
-  }
-  show_text("xxn", *p, 60);
-  exut.fail(__LINE__, SRC, "System: skip_brackets_to() finds no closing bracket\n");
-}
-
-void safe_uts::skip_cout(char** s, const char* end) {
-  char* q = *s;
-  if (strncmp(q, "cout", 4) && strncmp(q, "cerr", 4)) return;
-  while (q < end && *q != ';') {
-    if (*q == '"') {
-      char* r = q;
-      skip_string(&r, end);
-      q = r;
-      continue;
-    }
-    q++;
-  }
-  *s = q;
-}
-
-int safe_uts::next_word_end(char** p, const char* set) {
-  char* q = *p;
-  int paren = 0;
-  const char* extra = set ? set : "";
-  bool nbsp_is_word = strchr(extra, ' ') == nullptr;
-  for (;;) {
-    unsigned char c = (unsigned char)*q;
-    if (!c) break;
-    if (!strncmp(q, "_&lt;&gt;_", 10) || !strncmp(q, "_&gt;&lt;_", 10)) {
-      q += 10;
-      continue;
-    }
-    if (c == '&') {
-      if (!strncmp(q, "&lt;", 4) || !strncmp(q, "&gt;", 4)) break;
-      if (!strncmp(q, "&nbsp;", 6) && nbsp_is_word) break;
-      char* semi = q + 1;
-      while (*semi && (isalnum((unsigned char)*semi) || *semi == '#') && semi - q < 10) semi++;
-      if (*semi == ';') {
-        q = semi + 1;
-        continue;
-      }
-      break;
-    }
-    if (c == '(') {
-      paren++;
-      q++;
-      continue;
-    }
-    if (c == ')' && paren > 0) {
-      paren--;
-      q++;
-      continue;
-    }
-    if (isalnum(c) || c >= 128 || (c != '_' && strchr(extra, c)) || (paren > 0 && c != '<')) {
-      q++;
-      continue;
-    }
-    break;
-  }
-  // A sentence's full stop is not part of the word.
-  if (q > *p && q[-1] == '.' && !(q - *p >= 3 && !strncmp(q - 3, "...", 3))) q--;
-  int c = (unsigned char)*q;
-  *q = 0;
-  *p = q;
-  return c;
-}
-
 // ------------------------------------------------------------------ showing
 
 void safe_uts::show_text(const char* name, const char* p, int n) {
@@ -1044,47 +741,6 @@ void safe_uts::show_text(const char* name, const char* p, int n) {
   if (name && name[0] == '?')
     for (unsigned char ch : copy) printf(" %u", ch);
   show_count++;
-}
-
-void safe_uts::otpos(int line, const char* text) {
-  otpos_count++;
-  if (otpos_count >= otpos_first) printf("\n%i %s\n", line, text ? text : "");
-}
-
-void safe_uts::show_around(const char* name, const char* start, const char* p, int n) {
-  NN(start);
-  NN(p);
-  const char* from = p - start > 6000 ? p - 6000 : start;
-  std::string t(from, p);
-  t += "]+[";
-  t.append(p, strnlen(p, n));
-  printf("\n%s = ...[%s]... \n", name ? name : "", t.c_str());
-}
-
-void safe_uts::ascii_diff(const char* a, const char* s1, const char* b, const char* s2, int n) {
-  char buf[200];
-  snprintf(buf, sizeof buf, "\n------------- ascii( %s, %s, %i ): \n", a, b, n);
-  exut.show_x(buf);
-  for (int i = 0; i < n; i++) {
-    snprintf(buf, sizeof buf, "%5i:  .%3u .%3u \n", i, (unsigned char)s1[i], (unsigned char)s2[i]);
-    exut.show_x(buf);
-  }
-}
-
-void safe_uts::az_bar(FILE* f, const char* key, const char* prefix, bool small) {
-  fprintf(f, "<center>%s", prefix ? prefix : "");
-  for (int c = small ? 'a' : 'A'; c <= (small ? 'z' : 'Z'); c++)
-    fprintf(f, "\n<a href=\"#%c%s\">%c </a>", c, key ? key : "", c);
-  fprintf(f, "</center><br><br>");
-}
-
-void safe_uts::az_anchors(FILE* f, int from, int to, const char* key) {
-  from = to_upper_char(from);
-  to = to_upper_char(to);
-  if (from == to) return;
-  int lo = from < 'A' ? 'A' : from + 1;
-  int hi = to > 'Z' ? 'Z' : to;
-  for (int c = lo; c <= hi; c++) fprintf(f, "\n<a name=\"%c%s\"></a>", c, key ? key : "");
 }
 
 // --------------------------------------------------------------- date, time
@@ -1130,13 +786,6 @@ const char* safe_uts::date_time_us(int level) {
 const char* safe_uts::stamp() { return format_now(date_buf, sizeof date_buf, "%Y.%m.%d_%H.%M"); }
 const char* safe_uts::today() { return format_now(date_buf, sizeof date_buf, "%Y.%m.%d"); }
 const char* safe_uts::today_de() { return format_now(date_buf, sizeof date_buf, "%d.%m.%Y"); }
-
-const char* safe_uts::file_date_str(const char* name) {
-  NN(name);
-  struct tm t = local(file_time(name));
-  strftime(date_buf, sizeof date_buf, "%Y.%m.%d", &t);
-  return date_buf;
-}
 
 char* safe_uts::file_date(const char* name, char* out, int level) {
   NN(name);

@@ -209,23 +209,8 @@ bool ieq_prefix(const char* s, const char* p) { return strncasecmp(s, p, strlen(
 // -------------------------------------------------------- construction
 
 safe_uts::safe_uts() {
-  static const unsigned char u[8] = {225, 132, 148, 129, 142, 153, 154, 0};
-  memcpy(umlauts, u, sizeof u);
   date_buf[0] = 0;
   date_buf2[0] = 0;
-  maxopenfiles = maxopenfiles_default;
-  openfiles = 0;
-  int e = errno;
-  long v;
-  if (FILE* f = fopen("x_show", "re")) {
-    if (fscanf(f, "showStr %ld", &v) == 1) show_first = (int)v - 1;
-    fclose(f);
-  }
-  if (FILE* f = fopen("x_otpos", "re")) {
-    if (fscanf(f, "otpos %ld", &v) == 1) otpos_first = (int)v - 32;
-    fclose(f);
-  }
-  errno = e;
 }
 
 safe_uts::~safe_uts() {
@@ -331,22 +316,6 @@ long safe_uts::ok_file_len(const char* name) {
   return (long)n;
 }
 
-long safe_uts::ok_file_Surr(const char* name) {
-  NN(name);
-  std::string p = os_name(name);
-  struct stat st;
-  if (::stat(p.c_str(), &st) == 0) return (long)clamp(st.st_atime);
-  int e = errno;
-  if (not_there(e)) {
-    errno = 0;
-    return 0;
-  }
-  char m[700];
-  snprintf(m, sizeof m, "errno %i: file( %s )", e, name);
-  exut.ERROR(m);
-  exut.fail(__LINE__, SRC, "System: errno %i: file( %s )\n", e, name);
-}
-
 time_t safe_uts::file_time(const char* name) {
   NN(name);
   std::string p = os_name(name);
@@ -364,19 +333,6 @@ long safe_uts::file_size(const char* name) {
     exut.fail(__LINE__, SRC, "System: file_size( %s ): errno %i\n", name, errno);
   }
   return (long)st.st_size;
-}
-
-int safe_uts::can_write(const char* name) {
-  NN(name);
-  std::string p = os_name(name);
-  int fd = ::open(p.c_str(), O_RDWR | O_CLOEXEC);
-  if (fd < 0) {
-    int e = errno;
-    errno = 0;
-    return e;
-  }
-  ::close(fd);
-  return 0;
 }
 
 std::string safe_uts::real_name(const char* name) {
@@ -1533,8 +1489,6 @@ void safe_uts::kill_windows(const char* a, const char* titles) {
     }
   }
 }
-
-void safe_uts::win_close(const char* title) { kill_windows(nullptr, title); }
 
 void safe_uts::taskkill(const char* name) {
   NN(name);
