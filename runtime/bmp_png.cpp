@@ -1,8 +1,12 @@
 // BMP to PNG without a compression library.
 #include "runtime/bmp_png.h"
 
+#include <fcntl.h>
+
 #include <cstdio>
 #include <cstring>
+
+#include "runtime/os_env.h"
 
 namespace {
 
@@ -104,10 +108,10 @@ bool bmp_png::write_png(const std::string& png, int width, int height,
   chunk(out, "IHDR", ihdr);
   chunk(out, "IDAT", z);
   chunk(out, "IEND", {});
-  FILE* f = fopen(png.c_str(), "wbe");
-  if (!f) return false;
-  bool ok = fwrite(out.data(), 1, out.size(), f) == out.size();
-  return fclose(f) == 0 && ok;
+  int fd = os().open(png.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (fd < 0) return false;
+  bool ok = write_all(fd, out.data(), out.size());
+  return os().close(fd) == 0 && ok;
 }
 
 bool bmp_png::convert(const std::string& bmp, const std::string& png, std::string* why) {
@@ -115,13 +119,13 @@ bool bmp_png::convert(const std::string& bmp, const std::string& png, std::strin
     if (why) *why = text;
     return false;
   };
-  FILE* f = fopen(bmp.c_str(), "rbe");
-  if (!f) return fail("cannot open");
+  int fd = os().open(bmp.c_str(), O_RDONLY | O_CLOEXEC, 0);
+  if (fd < 0) return fail("cannot open");
   std::vector<uint8_t> b;
   uint8_t buf[65536];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, f)) > 0) b.insert(b.end(), buf, buf + n);
-  fclose(f);
+  ssize_t n;
+  while ((n = read_full(fd, buf, sizeof buf)) > 0) b.insert(b.end(), buf, buf + n);
+  os().close(fd);
   if (b.size() < 54 || b[0] != 'B' || b[1] != 'M') return fail("not a BMP picture");
   uint32_t offset = le(b, 10, 4), dib = le(b, 14, 4);
   if (dib < 40 || 14 + (size_t)dib > b.size()) return fail("unknown BMP header");

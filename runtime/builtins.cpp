@@ -18,6 +18,7 @@
 
 #include "runtime/bmp_png.h"
 #include "runtime/file_ops.h"
+#include "runtime/os_env.h"
 #include "runtime/safe_uts.h"
 #include "runtime/text_mode.h"
 
@@ -38,19 +39,7 @@ class out_buf {
   void put(const std::string& s) { put(s.data(), s.size()); }
   void put(const char* s) { put(s, strlen(s)); }
   bool flush() {
-    const char* p = buf_.data();
-    size_t n = buf_.size();
-    bool ok = true;
-    while (n > 0) {
-      ssize_t w = ::write(fd_, p, n);
-      if (w < 0) {
-        if (errno == EINTR) continue;
-        ok = false;
-        break;
-      }
-      p += w;
-      n -= (size_t)w;
-    }
+    bool ok = write_all(fd_, buf_.data(), buf_.size());
     buf_.clear();
     return ok;
   }
@@ -69,12 +58,7 @@ void say(int fd, const std::string& s) {
 class line_reader {
  public:
   explicit line_reader(int fd)
-      : text_([fd](char* b, size_t n) {
-          ssize_t r;
-          do r = ::read(fd, b, n);
-          while (r < 0 && errno == EINTR);
-          return (long)r;
-        }) {}
+      : text_([fd](char* b, size_t n) { return (long)read_full(fd, b, n); }) {}
   bool next(std::string& line) {
     while (true) {
       size_t nl = buf_.find('\n', at_);
@@ -110,26 +94,8 @@ class line_reader {
   bool done_ = false;
 };
 
-int open_read(const std::string& p) { return ::open(p.c_str(), O_RDONLY | O_CLOEXEC); }
+int open_read(const std::string& p) { return os().open(p.c_str(), O_RDONLY | O_CLOEXEC, 0); }
 
-bool copy_fd(int in, int out) {
-  char buf[65536];
-  while (true) {
-    ssize_t n = ::read(in, buf, sizeof buf);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return n == 0;
-    const char* p = buf;
-    while (n > 0) {
-      ssize_t w = ::write(out, p, (size_t)n);
-      if (w < 0) {
-        if (errno == EINTR) continue;
-        return false;
-      }
-      p += w;
-      n -= w;
-    }
-  }
-}
 
 bool ieq(const std::string& a, const char* b) { return strcasecmp(a.c_str(), b) == 0; }
 
@@ -247,24 +213,24 @@ int b_copy(const args& a, io& io) {
   // Concatenation: all sources in order into one file.
   std::string t = to_dir ? file_ops::join(strip_slash(to), file_ops::base(files[0])) : to;
   std::string part = t + ".copy~";
-  int out = ::open(part.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  int out = os().open(part.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (out < 0) {
     say(io.err, "copy: cannot create " + t + "\n");
     return 1;
   }
   for (const std::string& f : files) {
     int in = open_read(f);
-    if (in < 0 || !copy_fd(in, out)) {
+    if (in < 0 || !copy_all(in, out)) {
       say(io.err, "copy: cannot read " + f + "\n");
       status = 1;
     }
-    if (in >= 0) ::close(in);
+    if (in >= 0) os().close(in);
   }
-  ::close(out);
-  if (::rename(part.c_str(), t.c_str()) != 0) {
-    ::unlink(t.c_str());
-    if (::rename(part.c_str(), t.c_str()) != 0) {
-      ::unlink(part.c_str());
+  os().close(out);
+  if (os().rename(part.c_str(), t.c_str()) != 0) {
+    os().unlink(t.c_str());
+    if (os().rename(part.c_str(), t.c_str()) != 0) {
+      os().unlink(part.c_str());
       say(io.err, "copy: cannot write " + t + "\n");
       return 1;
     }
@@ -314,7 +280,7 @@ int b_del(const args& a, io& io) {
     std::string p = builtins::path_of(w);
     std::vector<std::string> files = files_of(w, true);
     if (files.empty() && !file_ops::is_dir(p)) say(io.err, "Could Not Find " + w + "\n");
-    for (const std::string& f : files) ::unlink(f.c_str());
+    for (const std::string& f : files) os().unlink(f.c_str());
   }
   return 0;
 }
@@ -322,7 +288,7 @@ int b_del(const args& a, io& io) {
 // type and cat: the bytes of the files in order, a pattern's files sorted.
 int b_type(const args& a, io& io) {
   std::vector<std::string> w = plain_words(a);
-  if (w.empty()) return copy_fd(io.in, io.out) ? 0 : 1;
+  if (w.empty()) return copy_all(io.in, io.out) ? 0 : 1;
   int status = 0;
   for (const std::string& word : w) {
     std::vector<std::string> files = files_of(word, false);
@@ -332,8 +298,8 @@ int b_type(const args& a, io& io) {
     }
     for (const std::string& f : files) {
       int in = open_read(f);
-      if (in < 0 || !copy_fd(in, io.out)) status = 1;
-      if (in >= 0) ::close(in);
+      if (in < 0 || !copy_all(in, io.out)) status = 1;
+      if (in >= 0) os().close(in);
     }
   }
   return status;
@@ -363,7 +329,7 @@ int b_rmdir(const args& a, io& io) {
     if (!file_ops::is_dir(p)) {
       say(io.err, "The system cannot find the file specified: " + w + "\n");
       status = 1;
-    } else if (tree ? !file_ops::remove_tree(p) : ::rmdir(p.c_str()) != 0) {
+    } else if (tree ? !file_ops::remove_tree(p) : os().rmdir(p.c_str()) != 0) {
       say(io.err, "cannot remove folder " + w + "\n");
       status = 1;
     }
@@ -380,7 +346,7 @@ int b_rm(const args& a, io& io) {
     std::vector<std::string> paths = builtins::expand(w);
     for (const std::string& p : paths) {
       struct stat st;
-      if (::lstat(p.c_str(), &st) != 0) {
+      if (os().lstat(p.c_str(), &st) != 0) {
         if (!force) {
           say(io.err, "rm: cannot remove '" + p + "': No such file or directory\n");
           status = 1;
@@ -393,7 +359,7 @@ int b_rm(const args& a, io& io) {
           say(io.err, "rm: cannot remove '" + p + "'\n");
           status = 1;
         }
-      } else if (::unlink(p.c_str()) != 0) {
+      } else if (os().unlink(p.c_str()) != 0) {
         say(io.err, "rm: cannot remove '" + p + "'\n");
         status = 1;
       }
@@ -426,14 +392,14 @@ int move_or_copy(const args& a, io& io, bool move) {
     std::string s = strip_slash(s0);
     std::string t = into ? file_ops::join(strip_slash(dst), file_ops::base(s)) : strip_slash(dst);
     struct stat st;
-    if (::lstat(s.c_str(), &st) != 0) {
+    if (os().lstat(s.c_str(), &st) != 0) {
       say(io.err, "cannot stat '" + s + "': No such file or directory\n");
       status = 1;
       continue;
     }
     bool dir = S_ISDIR(st.st_mode);
     bool ok;
-    if (move && ::rename(s.c_str(), t.c_str()) == 0) continue;
+    if (move && os().rename(s.c_str(), t.c_str()) == 0) continue;
     if (move && errno != EXDEV) {
       ok = false;
     } else if (dir) {
@@ -441,7 +407,7 @@ int move_or_copy(const args& a, io& io, bool move) {
       if (ok && move) ok = file_ops::remove_tree(s);
     } else {
       ok = file_ops::copy_file(s, t);
-      if (ok && move) ok = ::unlink(s.c_str()) == 0;
+      if (ok && move) ok = os().unlink(s.c_str()) == 0;
     }
     if (!ok) {
       say(io.err, std::string(move ? "mv" : "cp") + ": cannot " + (move ? "move '" : "copy '") + s +
@@ -484,7 +450,7 @@ int b_dir(const args& a, io& io) {
     }
     for (const std::string& e : entries) {
       struct stat st;
-      if (::stat(e.c_str(), &st) != 0) {
+      if (os().stat(e.c_str(), &st) != 0) {
         say(io.err, "File Not Found\n");
         status = 1;
         continue;
@@ -522,7 +488,7 @@ int each_line(const std::vector<std::string>& files, io& io, F f) {
     line_reader r(fd);
     std::string line;
     while (r.next(line)) f(name, line);
-    ::close(fd);
+    os().close(fd);
   }
   return status;
 }
@@ -675,24 +641,24 @@ int b_jaco(const args& a, io& io) {
     say(io.err, "jaco: no such folder: " + root + "\n");
     return 1;
   }
-  int out = ::open(out_name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  int out = os().open(out_name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (out < 0) {
     say(io.err, "jaco: cannot create " + out_name + "\n");
     return 1;
   }
   struct stat ost;
-  ::fstat(out, &ost);
+  os().fstat(out, &ost);
   int status = 0;
   file_ops::wfind(root, true, [&](const std::string& p, bool is_dir) {
     if (is_dir || !ends_with_nocase(p, ext)) return;
     struct stat st;
-    if (::stat(p.c_str(), &st) == 0 && st.st_ino == ost.st_ino && st.st_dev == ost.st_dev) return;
+    if (os().stat(p.c_str(), &st) == 0 && st.st_ino == ost.st_ino && st.st_dev == ost.st_dev) return;
     say(out, "\nfile: " + p + "\n");
     int in = open_read(p);
-    if (in < 0 || !copy_fd(in, out)) status = 1;
-    if (in >= 0) ::close(in);
+    if (in < 0 || !copy_all(in, out)) status = 1;
+    if (in >= 0) os().close(in);
   });
-  ::close(out);
+  os().close(out);
   return status;
 }
 
@@ -721,7 +687,7 @@ int b_diffsm(const args& a, io& io) {
       size_t e = line.find_last_not_of(" \t");
       sets[k].insert(line.substr(b, e + 1 - b));
     }
-    ::close(fd);
+    os().close(fd);
   }
   std::vector<std::string> both;
   std::set_intersection(sets[0].begin(), sets[0].end(), sets[1].begin(), sets[1].end(),
@@ -785,9 +751,9 @@ int b_attrib(const args& a, io& io) {
   }
   auto apply = [&](const std::string& p) {
     struct stat st;
-    if (::stat(p.c_str(), &st) != 0 || S_ISDIR(st.st_mode)) return;
+    if (os().stat(p.c_str(), &st) != 0 || S_ISDIR(st.st_mode)) return;
     mode_t m = change < 0 ? (st.st_mode | S_IWUSR) : (st.st_mode & ~(mode_t)(S_IWUSR | S_IWGRP | S_IWOTH));
-    ::chmod(p.c_str(), m & 07777);
+    os().chmod(p.c_str(), m & 07777);
   };
   auto here = [&](const std::string& d) {
     for (const std::string& n : file_ops::list(d))
@@ -807,12 +773,12 @@ int b_attrib(const args& a, io& io) {
 int b_cd(const args& a, io& io) {
   std::vector<std::string> w = plain_words(a);
   if (w.empty()) {
-    char buf[PATH_MAX];
-    if (::getcwd(buf, sizeof buf)) say(io.out, std::string(buf) + "\n");
+    std::string here = os().getcwd();
+    if (!here.empty()) say(io.out, here + "\n");
     return 0;
   }
   std::string p = builtins::path_of(w[0]);
-  if (::chdir(p.c_str()) != 0) {
+  if (os().chdir(p.c_str()) != 0) {
     say(io.err, "The system cannot find the path specified: " + w[0] + "\n");
     return 1;
   }

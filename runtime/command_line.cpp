@@ -5,6 +5,8 @@
 
 #include <cctype>
 
+#include "runtime/os_env.h"
+
 bool command_line::looks_like_option(const std::string& w) {
   if (w.size() < 2 || w[0] != '/') return false;
   size_t i = 0;
@@ -44,7 +46,7 @@ command_line::command_line(const std::string& text) {
       if (!cur.quoted && word_after_blank && !st().words.empty() && looks_like_option(cur.text)) {
         // An existing path such as "/tmp" stays a path.
         struct stat sb;
-        cur.option = ::lstat(cur.text.c_str(), &sb) != 0;
+        cur.option = os().lstat(cur.text.c_str(), &sb) != 0;
       }
       st().words.push_back(cur);
     }

@@ -2,9 +2,6 @@
 #include "runtime/command_runner.h"
 
 #include <fcntl.h>
-#include <limits.h>
-#include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,22 +13,20 @@
 
 #include "runtime/builtins.h"
 #include "runtime/file_ops.h"
+#include "runtime/os_env.h"
 #include "runtime/safe_uts.h"
-
-extern char** environ;
 
 namespace {
 
 using kind = command_line::redir_kind;
 
 void tell(int fd, const std::string& s) {
-  ssize_t w = ::write(fd, s.data(), s.size());
-  (void)w;
+  write_all(fd, s.data(), s.size());
 }
 
 int dup_high(int fd, int fallback_flags) {
-  int d = fd >= 0 ? fcntl(fd, F_DUPFD_CLOEXEC, 3) : -1;
-  if (d < 0) d = ::open("/dev/null", fallback_flags | O_CLOEXEC);
+  int d = fd >= 0 ? os().dup_above(fd, 3) : -1;
+  if (d < 0) d = os().open("/dev/null", fallback_flags | O_CLOEXEC, 0);
   return d;
 }
 
@@ -73,31 +68,31 @@ int command_runner::run_pipeline(const command_line::pipeline& p) {
   int status = 0;
   for (size_t i = 0; i < p.stages.size(); i++) {
     bool last = i + 1 == p.stages.size();
-    int in = ::open(prev.empty() ? "/dev/null" : prev.c_str(), O_RDONLY | O_CLOEXEC);
-    if (in < 0) in = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    int in = os().open(prev.empty() ? "/dev/null" : prev.c_str(), O_RDONLY | O_CLOEXEC, 0);
+    if (in < 0) in = os().open("/dev/null", O_RDONLY | O_CLOEXEC, 0);
     std::string next;
     int out;
     if (last) {
       out = dup_high(1, O_WRONLY);
     } else {
       next = std::string(safe_ut.tmp_dir()) + "/pipe_" + std::to_string(pipe_nr_++);
-      out = ::open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-      if (out < 0) out = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+      out = os().open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+      if (out < 0) out = os().open("/dev/null", O_WRONLY | O_CLOEXEC, 0);
     }
     int err = dup_high(2, O_WRONLY);
     status = run_stage(p.stages[i], in, out, err);
-    if (!prev.empty()) ::unlink(prev.c_str());
+    if (!prev.empty()) os().unlink(prev.c_str());
     prev = next;
     if (!missing.empty()) break;
   }
-  if (!prev.empty()) ::unlink(prev.c_str());
+  if (!prev.empty()) os().unlink(prev.c_str());
   return status;
 }
 
 int command_runner::run_stage(const command_line::stage& s, int in, int out, int err) {
   int fds[3] = {in, out, err};
   auto replace = [&](int slot, int fd) {
-    if (fds[slot] >= 0) ::close(fds[slot]);
+    if (fds[slot] >= 0) os().close(fds[slot]);
     fds[slot] = fd;
   };
   bool ok = true;
@@ -115,7 +110,7 @@ int command_runner::run_stage(const command_line::stage& s, int in, int out, int
     int flags = slot == 0 ? O_RDONLY
                 : (r.kind == kind::append || r.kind == kind::err_append) ? O_WRONLY | O_CREAT | O_APPEND
                                                                         : O_WRONLY | O_CREAT | O_TRUNC;
-    int fd = ::open(path.c_str(), flags | O_CLOEXEC, 0666);
+    int fd = os().open(path.c_str(), flags | O_CLOEXEC, 0666);
     if (fd < 0) {
       tell(fds[2], "The system cannot find the path specified: " + r.target + "\n");
       ok = false;
@@ -156,20 +151,8 @@ int command_runner::run_stage(const command_line::stage& s, int in, int out, int
       for (std::string& a : argv_s) argv.push_back(a.data());
       argv.push_back(nullptr);
 
-      posix_spawn_file_actions_t fa;
-      posix_spawn_file_actions_init(&fa);
-      for (int k = 0; k < 3; k++) posix_spawn_file_actions_adddup2(&fa, fds[k], k);
-      posix_spawnattr_t at;
-      posix_spawnattr_init(&at);
-      sigset_t def;
-      sigemptyset(&def);
-      sigaddset(&def, SIGPIPE);
-      posix_spawnattr_setsigdefault(&at, &def);
-      posix_spawnattr_setflags(&at, POSIX_SPAWN_SETSIGDEF);
       pid_t pid = 0;
-      int rc = posix_spawnp(&pid, argv[0], &fa, &at, argv.data(), environ);
-      posix_spawn_file_actions_destroy(&fa);
-      posix_spawnattr_destroy(&at);
+      int rc = os().spawn(&pid, argv[0], argv.data(), fds);
       if (rc != 0) {
         if (!builtins::optional_tool(s.words)) {
           missing = cmd.text;
@@ -178,13 +161,12 @@ int command_runner::run_stage(const command_line::stage& s, int in, int out, int
         status = 127;
       } else {
         int st = 0;
-        while (::waitpid(pid, &st, 0) < 0 && errno == EINTR) {
-        }
+        wait_for(pid, &st);
         status = WIFEXITED(st) ? WEXITSTATUS(st) : 128 + (WIFSIGNALED(st) ? WTERMSIG(st) : 0);
       }
     }
   }
   for (int k = 0; k < 3; k++)
-    if (fds[k] >= 0) ::close(fds[k]);
+    if (fds[k] >= 0) os().close(fds[k]);
   return status;
 }

@@ -3,14 +3,14 @@
 // skipping C-family source text, showing, dates and the environment.
 #include "runtime/safe_uts.h"
 
-#include <unistd.h>
-
 #include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include "runtime/os_env.h"
 
 namespace {
 
@@ -746,14 +746,14 @@ void safe_uts::show_text(const char* name, const char* p, int n) {
 // --------------------------------------------------------------- date, time
 
 bool safe_uts::fixed_clock() {
-  const char* e = getenv("SOURCE_DATE_EPOCH");
+  const char* e = os().get_env("SOURCE_DATE_EPOCH");
   return e && *e;
 }
 
 time_t safe_uts::now() {
-  const char* e = getenv("SOURCE_DATE_EPOCH");
+  const char* e = os().get_env("SOURCE_DATE_EPOCH");
   if (e && *e) return (time_t)strtoll(e, nullptr, 10);
-  return time(nullptr);
+  return os().now();
 }
 
 struct tm safe_uts::local(time_t t) {
@@ -846,10 +846,10 @@ void safe_uts::date_ymd(char* s) {
 
 const char* safe_uts::env_lookup(const char* name) {
   if (!name) return nullptr;
-  const char* v = getenv(name);
+  const char* v = os().get_env(name);
   if (v) return v;
   size_t n = strlen(name);
-  for (char** e = environ; e && *e; e++)
+  for (char** e = os().env_list(); e && *e; e++)
     if (strncasecmp(*e, name, n) == 0 && (*e)[n] == '=') return *e + n + 1;
   return nullptr;
 }

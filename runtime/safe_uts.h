@@ -1,8 +1,10 @@
 // The toolbox of the system: text operations on NUL-terminated character
 // arrays, and every file, folder, environment, clock and process access.
-// No other class calls fopen, stat, system, getenv or time directly: all of
-// it goes through the one object `safe_ut`, so a failure is reported once,
-// with the current folder and the words of the system.
+// No other class of the program touches the system: all of it goes through
+// the one object `safe_ut`, so a failure is reported once, with the current
+// folder and the words of the system.  The toolbox itself reaches the system
+// only through `os()` (runtime/os_env.h), and the streams it hands out write
+// through it too (runtime/os_stream.h).
 #pragma once
 
 #include <cstdarg>

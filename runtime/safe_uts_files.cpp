@@ -22,6 +22,8 @@
 #include "runtime/builtins.h"
 #include "runtime/command_runner.h"
 #include "runtime/file_ops.h"
+#include "runtime/os_env.h"
+#include "runtime/os_stream.h"
 #include "runtime/safe_uts.h"
 #include "runtime/text_mode.h"
 
@@ -43,20 +45,6 @@ const char* const SRC = "safe_uts_files";
 // The state below lives on the heap and is never destroyed: `safe_ut` is
 // destroyed at the very end, after the objects of this file would be.
 
-long read_full(int fd, char* out, long n) {
-  long got = 0;
-  while (got < n) {
-    ssize_t r = ::read(fd, out + got, (size_t)(n - got));
-    if (r < 0) {
-      if (errno == EINTR) continue;
-      return -1;
-    }
-    if (r == 0) break;
-    got += r;
-  }
-  return got;
-}
-
 // The text-mode reader of each handle opened as text.
 std::map<int, std::unique_ptr<text_reader>>& text_fds() {
   static auto* m = new std::map<int, std::unique_ptr<text_reader>>;
@@ -68,86 +56,25 @@ text_reader* text_of(int fd) {
   return it == text_fds().end() ? nullptr : it->second.get();
 }
 
-// A read-only text stream folds its line ends like a text handle.  Its
-// positions count the text as it is read (CR LF as one byte), so that the
-// buffering of stdio stays consistent; a seek backwards reads from the start.
-struct text_cookie {
-  int fd;
-  off_t fpos = 0;  // position in the folded text of the next byte given
-  text_reader reader{[this](char* b, size_t n) { return read_full(fd, b, (long)n); }};
-  explicit text_cookie(int d) : fd(d) {}
-};
-
-// Gives up to `want` bytes of folded text; a null `out` skips them.
-size_t cookie_take(text_cookie* k, char* out, size_t want) {
-  size_t got = 0;
-  char skip[4096];
-  while (got < want) {
-    size_t ask = want - got;
-    char* to = out ? out + got : skip;
-    if (!out && ask > sizeof skip) ask = sizeof skip;
-    long r = k->reader.read(to, ask);
-    if (r <= 0) break;
-    got += (size_t)r;
-    if ((size_t)r < ask) break;
-  }
-  k->fpos += (off_t)got;
-  return got;
-}
-
-ssize_t cookie_read(void* c, char* out, size_t want) {
-  return (ssize_t)cookie_take(static_cast<text_cookie*>(c), out, want);
-}
-
-int cookie_seek(void* c, off64_t* pos, int whence) {
-  auto* k = static_cast<text_cookie*>(c);
-  auto restart = [k]() {
-    if (::lseek(k->fd, 0, SEEK_SET) < 0) return false;
-    k->fpos = 0;
-    k->reader.reset();
-    return true;
-  };
-  off_t to = (off_t)*pos;
-  if (whence == SEEK_CUR) {
-    to += k->fpos;
-  } else if (whence == SEEK_END) {
-    while (cookie_take(k, nullptr, SIZE_MAX) > 0) {
-    }
-    to += k->fpos;
-  }
-  if (to < 0) return -1;
-  if (to < k->fpos && !restart()) return -1;
-  cookie_take(k, nullptr, (size_t)(to - k->fpos));
-  *pos = k->fpos;
-  return 0;
-}
-
-int cookie_close(void* c) {
-  auto* k = static_cast<text_cookie*>(c);
-  int r = ::close(k->fd);
-  delete k;
-  return r;
-}
-
-FILE* fopen_mode(const std::string& p, const char* mode) {
+// stdio's mode without "t" (text is what "r" alone means) and "b".
+std::string plain_mode(const char* mode) {
   std::string m;
   for (const char* c = mode; *c; c++)
-    if (*c != 't') m += *c;
-  if (m == "r") {  // read-only text
-    int fd = ::open(p.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return nullptr;
-    cookie_io_functions_t fns{cookie_read, nullptr, cookie_seek, cookie_close};
-    auto* k = new text_cookie(fd);
-    FILE* f = fopencookie(k, "r", fns);
-    if (!f) {
-      ::close(fd);
-      delete k;
-      return nullptr;
-    }
-    return f;
-  }
-  m += 'e';
-  return fopen(p.c_str(), m.c_str());
+    if (*c != 't' && *c != 'b' && *c != 'e') m += *c;
+  return m;
+}
+
+// Opens a stream over the system interface: "r" reads text, a "w" mode
+// writes the file whole, other modes work on the file in place.
+FILE* fopen_mode(const std::string& p, const char* mode, const char* name) {
+  std::string m = plain_mode(mode);
+  bool text = m == "r" && !strchr(mode, 'b');
+  if (m[0] == 'w') return os_stream::whole(p, name);
+  int flags = m == "r" ? O_RDONLY : m == "r+" ? O_RDWR : m == "a" ? O_WRONLY | O_CREAT | O_APPEND
+                                                                     : O_RDWR | O_CREAT | O_APPEND;
+  int fd = os().open(p.c_str(), flags | O_CLOEXEC, 0666);
+  if (fd < 0) return nullptr;
+  return text ? os_stream::text_in(fd, name) : os_stream::over(fd, m.c_str(), name);
 }
 
 // ------------------------------------------------------------ run state
@@ -204,6 +131,14 @@ void count_close() {
 
 bool ieq_prefix(const char* s, const char* p) { return strncasecmp(s, p, strlen(p)) == 0; }
 
+// A file that could not be written: the one report of it.  The file is as
+// it was before (a new one is gone).
+[[noreturn]] void write_failure(const std::string& name, int e) {
+  errno = e;
+  exut.fail(__LINE__, SRC, "System: ?zerror: Disk full ??\ncannot write %s: %s (errno %i)\n", name.c_str(),
+            strerror(e), e);
+}
+
 }  // namespace
 
 // -------------------------------------------------------- construction
@@ -223,8 +158,9 @@ safe_uts::~safe_uts() {
     if (exut.alive()) exut.show_int("errno", errno);
     errno = 0;
   }
-  if (tmp_owner == getpid()) {
-    for (const auto& c : captures()) ::unlink(c.second.c_str());
+  os_stream::close_all();  // what the end of the process would do to them
+  if (tmp_owner == os().pid()) {
+    for (const auto& c : captures()) os().unlink(c.second.c_str());
     if (!tmp_base.empty()) file_ops::remove_tree(tmp_base);
   }
   captures().clear();
@@ -261,7 +197,7 @@ char safe_uts::ok_is_a(const char* name) {
   if (name[0] == ':' || name[0] == ' ') return 'n';
   int e0 = errno;
   struct stat st;
-  if (::stat(p.c_str(), &st) == 0) {
+  if (os().stat(p.c_str(), &st) == 0) {
     errno = e0;
     return S_ISDIR(st.st_mode) ? 'd' : 'f';
   }
@@ -288,7 +224,7 @@ bool safe_uts::exists(const char* name) {
   std::string p = os_name(name);
   int e0 = errno;
   struct stat st;
-  if (::stat(p.c_str(), &st) == 0) {
+  if (os().stat(p.c_str(), &st) == 0) {
     errno = e0;
     return true;
   }
@@ -308,11 +244,11 @@ long safe_uts::ok_file_len(const char* name) {
   NN(name);
   std::string p = os_name(name);
   struct stat st;
-  if (::stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return -1;
-  int fd = ::open(p.c_str(), O_RDONLY | O_CLOEXEC);
+  if (os().stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return -1;
+  int fd = os().open(p.c_str(), O_RDONLY | O_CLOEXEC, 0);
   if (fd < 0) exut.fail(__LINE__, SRC, "System: file_len() cannot open the file %s", name);
-  off_t n = ::lseek(fd, 0, SEEK_END);
-  ::close(fd);
+  off_t n = os().seek(fd, 0, SEEK_END);
+  os().close(fd);
   return (long)n;
 }
 
@@ -320,7 +256,7 @@ time_t safe_uts::file_time(const char* name) {
   NN(name);
   std::string p = os_name(name);
   struct stat st;
-  if (::stat(p.c_str(), &st) != 0) exut.fail(__LINE__, SRC, "System: not found: %s\n", name);
+  if (os().stat(p.c_str(), &st) != 0) exut.fail(__LINE__, SRC, "System: not found: %s\n", name);
   return clamp(st.st_mtime);
 }
 
@@ -328,7 +264,7 @@ long safe_uts::file_size(const char* name) {
   NN(name);
   std::string p = os_name(name);
   struct stat st;
-  if (::stat(p.c_str(), &st) != 0) {
+  if (os().stat(p.c_str(), &st) != 0) {
     exut.show_str("name", name);
     exut.fail(__LINE__, SRC, "System: file_size( %s ): errno %i\n", name, errno);
   }
@@ -340,7 +276,7 @@ std::string safe_uts::real_name(const char* name) {
   std::string p = os_name(name);
   struct stat st;
   int e0 = errno;
-  if (p.empty() || ::lstat(p.c_str(), &st) == 0) return p;
+  if (p.empty() || os().lstat(p.c_str(), &st) == 0) return p;
   errno = e0;
   // Resolve step by step: each step exactly, else by a unique match that
   // differs only in the case of ASCII letters.
@@ -354,7 +290,7 @@ std::string safe_uts::real_name(const char* name) {
     if (step.empty()) continue;
     std::string cand = done.empty() ? step : file_ops::join(done, step);
     if (done == "/") cand = "/" + step;
-    if (::lstat(cand.c_str(), &st) != 0) {
+    if (os().lstat(cand.c_str(), &st) != 0) {
       std::string found;
       int n = 0;
       for (const std::string& entry : file_ops::list(done.empty() ? "." : done))
@@ -386,11 +322,11 @@ FILE* safe_uts::open_FILE(const char* name, const char* mode) {
   std::string p = os_name(name);
   struct stat st;
   int e0 = errno;
-  if (::stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
+  if (os().stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
     exut.fail(__LINE__, SRC, "User: Cannot open dir %s as a file.", name);
   errno = e0;
-  FILE* f = fopen_mode(p, mode);
-  if (!f && p.find('/') != std::string::npos) f = fopen_mode(p, mode);  // a second try
+  FILE* f = fopen_mode(p, mode, name);
+  if (!f && p.find('/') != std::string::npos) f = fopen_mode(p, mode, name);  // a second try
   if (!f) {
     exut.show_str("fN", name);
     int e = errno;
@@ -419,7 +355,7 @@ FILE* safe_uts::create(const char* name) {
     exut.fail(__LINE__, SRC, "System: cannot create a file of this name (empty, (null) or above 500 characters)\n");
   }
   std::string p = os_name(expanded(name).c_str());
-  FILE* f = fopen(p.c_str(), "w+e");
+  FILE* f = os_stream::whole(p, name);
   if (!f) {
     std::string cd = cwd();
     exut.show_str("cwd", cd.c_str());
@@ -434,9 +370,9 @@ FILE* safe_uts::create(const char* name) {
   std::string dir = file_ops::parent(p), base = file_ops::base(p);
   std::string indx = (p.find('/') == std::string::npos ? std::string("INDX/") : dir + "/INDX/") + base;
   int e0 = errno;
-  ::unlink(indx.c_str());
+  os().unlink(indx.c_str());
   errno = e0;
-  if (showComm) printf("\nfileno = %i for %s\n", fileno(f), name);
+  if (showComm) printf("\nfileno = %i for %s\n", os_stream::fd_of(f), name);
   return f;
 }
 
@@ -464,13 +400,18 @@ FILE* safe_uts::open_append(const char* name) { return open_FILE(name, "a"); }
 void safe_uts::close_FILE(FILE** f, const char* file, int line) {
   if (!f || !*f) exut.fail(__LINE__, SRC, "System: cannot close file %p in line %i of %s", (void*)(f ? *f : nullptr), line, file ? file : "");
   errno = 0;
-  if (fflush(*f) != 0) exut.fail(__LINE__, SRC, "System: ?zerror: Disk full ??\n");
+  bool standard = *f == stdout || *f == stderr;
+  if (standard && fflush(*f) != 0) exut.fail(__LINE__, SRC, "System: ?zerror: Disk full ??\n");
   if (showComm) {
     count_close();
     printf("\n_FILE.close  = %2i, %p", openfiles, (void*)*f);
   }
-  if (*f != stdout && *f != stderr) fclose(*f);
+  FILE* s = *f;
   *f = nullptr;
+  if (!standard) {
+    os_stream::closed c = os_stream::close(s);
+    if (c.error && !c.reported) write_failure(c.name, c.error);
+  }
   errno = 0;
 }
 
@@ -488,7 +429,7 @@ void safe_uts::close_fd(int* fd, const char* file, int line) {
     printf("\n_fdes.close  = %2i, %8i", openfiles, *fd);
   }
   text_fds().erase(*fd);
-  if (::close(*fd) != 0) {
+  if (os().close(*fd) != 0) {
     printf("\nerror: errno = %i, cannot close file, disk full ???", errno);
     errno = 0;
   }
@@ -516,7 +457,7 @@ int safe_uts::open_fd(const char* name, int mode, int kind) {
   std::string p = os_name(name);
   struct stat st;
   int e0 = errno;
-  if (::stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+  if (os().stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
     if (mode == 'R') {
       errno = 0;
       return -1;
@@ -524,7 +465,7 @@ int safe_uts::open_fd(const char* name, int mode, int kind) {
     exut.fail(__LINE__, SRC, "System: Cannot open dir %s as a file.\n", name);
   }
   errno = e0;
-  int fd = ::open(p.c_str(), flags | O_CLOEXEC, 0666);
+  int fd = os().open(p.c_str(), flags | O_CLOEXEC, 0666);
   if (fd < 0) {
     int e = errno;
     if (mode == 'R') {
@@ -539,7 +480,7 @@ int safe_uts::open_fd(const char* name, int mode, int kind) {
     exut.fail(__LINE__, SRC, "System: currWorkDir = %s,\ncannot open( %s, %c, %c )", cd.c_str(), name, mode, kind);
   }
   if (kind == 't')
-    text_fds()[fd] = std::make_unique<text_reader>([fd](char* b, size_t n) { return read_full(fd, b, (long)n); });
+    text_fds()[fd] = std::make_unique<text_reader>([fd](char* b, size_t n) { return (long)read_full(fd, b, n); });
   else
     text_fds().erase(fd);
   count_open("open_fd", (void*)(long)fd, name);
@@ -549,15 +490,15 @@ int safe_uts::open_fd(const char* name, int mode, int kind) {
 bool safe_uts::eof_fd(int fd) {
   if (text_reader* t = text_of(fd)) return t->at_end();
   int e0 = errno;
-  off_t at = ::lseek(fd, 0, SEEK_CUR);
+  off_t at = os().seek(fd, 0, SEEK_CUR);
   struct stat st;
-  bool end = at >= 0 && ::fstat(fd, &st) == 0 && at >= st.st_size;
+  bool end = at >= 0 && os().fstat(fd, &st) == 0 && at >= st.st_size;
   errno = e0;
   return end;
 }
 
 long safe_uts::pos(int fd) {
-  off_t p = ::lseek(fd, 0, SEEK_CUR);
+  off_t p = os().seek(fd, 0, SEEK_CUR);
   if (p < 0) {
     exut.add("%li, %i = pos, f\n", (long)p, fd);
     exut.fail(__LINE__, SRC, "System: cannot tell the position of a file\n");
@@ -566,9 +507,9 @@ long safe_uts::pos(int fd) {
 }
 
 long safe_uts::len(int fd) {
-  off_t at = ::lseek(fd, 0, SEEK_CUR);
-  off_t n = at < 0 ? at : ::lseek(fd, 0, SEEK_END);
-  if (at < 0 || n < 0 || ::lseek(fd, at, SEEK_SET) < 0) {
+  off_t at = os().seek(fd, 0, SEEK_CUR);
+  off_t n = at < 0 ? at : os().seek(fd, 0, SEEK_END);
+  if (at < 0 || n < 0 || os().seek(fd, at, SEEK_SET) < 0) {
     exut.add("%li, %i = pos, f\n", (long)n, fd);
     exut.fail(__LINE__, SRC, "System: cannot tell the length of a file\n");
   }
@@ -613,11 +554,10 @@ void safe_uts::seek(FILE* f, long to, int from) {
 void safe_uts::write_at(int fd, long base, long nr, int size, const void* data) {
   NN(data);
   off_t at = (off_t)base + (off_t)nr * size;
-  ssize_t w = ::pwrite(fd, data, (size_t)size, at);
-  if (w != size) {
+  if (!pwrite_all(fd, data, (size_t)size, at)) {
     int e = errno;
     printf("\nNo space left on devive (?) - check all your drives");
-    exut.add("%i = errno, %i = geschr <> sL = %i, at = %u, f = %i\n", e, (int)w, size, (unsigned)at, fd);
+    exut.add("%i = errno, %i = geschr <> sL = %i, at = %u, f = %i\n", e, -1, size, (unsigned)at, fd);
     errno = e ? e : err::disk_full;
     exut.throw_error(__LINE__, SRC);
   }
@@ -626,16 +566,10 @@ void safe_uts::write_at(int fd, long base, long nr, int size, const void* data) 
 void safe_uts::read_at(int fd, long base, long nr, int size, void* data) {
   NN(data);
   off_t at = (off_t)base + (off_t)nr * size;
-  long got = 0;
-  while (got < size) {
-    ssize_t r = ::pread(fd, (char*)data + got, (size_t)(size - got), at + got);
-    if (r < 0) {
-      if (errno == EINTR) continue;
-      exut.show_int("at", (long)at);
-      exut.fail(__LINE__, SRC, "System: read_at() cannot read file %i at %ld\n", fd, (long)at);
-    }
-    if (r == 0) break;
-    got += r;
+  long got = (long)pread_full(fd, data, (size_t)size, at);
+  if (got < 0) {
+    exut.show_int("at", (long)at);
+    exut.fail(__LINE__, SRC, "System: read_at() cannot read file %i at %ld\n", fd, (long)at);
   }
   if (got == 0) {  // beyond the end: the buffer stays as it is
     errno = 0;
@@ -683,29 +617,24 @@ void safe_uts::write_FILE(FILE* f, const void* data, long n) {
   if (n < 1) return;
   size_t w = fwrite(data, 1, (size_t)n, f);
   if ((long)w != n) {
+    int e = os_stream::error_of(f);
     exut.show_str("WRITE", "");
     char m[200];
     snprintf(m, sizeof m, "rc = %i <> %i = anz, f = %p \n", (int)w, (int)n, (void*)f);
     exut.ERROR(m);
-    exut.fail(__LINE__, SRC, "System: short write\n");
+    if (!e) exut.fail(__LINE__, SRC, "System: short write\n");
+    os_stream::set_reported(f);
+    write_failure(os_stream::name_of(f), e);
   }
 }
 
 void safe_uts::write_fd(int fd, const void* data, long n) {
   NN(data);
   if (n < 1) return;
-  const char* p = (const char*)data;
-  long done = 0;
-  while (done < n) {
-    ssize_t w = ::write(fd, p + done, (size_t)(n - done));
-    if (w < 0 && errno == EINTR) continue;
-    if (w <= 0) break;
-    done += w;
-  }
-  if (done != n) {
+  if (!write_all(fd, data, (size_t)n)) {
     exut.show_str("WRITE", "");
     char m[200];
-    snprintf(m, sizeof m, "rc = %i <> %i = anz, f = %i \n", (int)done, (int)n, fd);
+    snprintf(m, sizeof m, "rc = %i <> %i = anz, f = %i \n", -1, (int)n, fd);
     exut.ERROR(m);
     exut.fail(__LINE__, SRC, "System: short write\n");
   }
@@ -715,7 +644,7 @@ void safe_uts::copy_range(const char* to, const char* from, long offset, long n)
   NN(to);
   NN(from);
   int in = open_fd(from, 'r', 'B');
-  if (::lseek(in, offset, SEEK_SET) != offset) {
+  if (os().seek(in, offset, SEEK_SET) != offset) {
     errno = err::seek_failure;
     exut.fail(__LINE__, SRC, "System: copy_range() cannot reach %ld in %s\n", offset, from);
   }
@@ -770,7 +699,7 @@ void safe_uts::write_text(const char* name, const std::string& text) {
 void safe_uts::remove_file(const char* name) {
   NN(name);
   std::string p = os_name(name);
-  if (::unlink(p.c_str()) != 0) {
+  if (os().unlink(p.c_str()) != 0) {
     int e = errno;
     if (not_there(e)) {
       errno = 0;
@@ -784,9 +713,9 @@ void safe_uts::rename_file(const char* from, const char* to) {
   NN(from);
   NN(to);
   std::string f = os_name(from), t = os_name(to);
-  if (::rename(f.c_str(), t.c_str()) == 0) return;
+  if (os().rename(f.c_str(), t.c_str()) == 0) return;
   int e = errno;
-  if (e == EXDEV && file_ops::copy_file(f, t) && ::unlink(f.c_str()) == 0) {
+  if (e == EXDEV && file_ops::copy_file(f, t) && os().unlink(f.c_str()) == 0) {
     errno = 0;
     return;
   }
@@ -806,18 +735,18 @@ void safe_uts::ensure_dir(const char* path) {
   }
   int e0 = errno;
   struct stat st;
-  if (::stat(p.c_str(), &st) == 0) {
+  if (os().stat(p.c_str(), &st) == 0) {
     // Prove that the folder can be written to.
     std::string probe = p + "/_";
     bool ok;
-    if (::lstat(probe.c_str(), &st) == 0) {
-      ok = ::access(p.c_str(), W_OK) == 0;
+    if (os().lstat(probe.c_str(), &st) == 0) {
+      ok = os().access(p.c_str(), W_OK) == 0;
     } else {
-      int fd = ::open(probe.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+      int fd = os().open(probe.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
       ok = fd >= 0;
       if (ok) {
-        ::close(fd);
-        ::unlink(probe.c_str());
+        os().close(fd);
+        os().unlink(probe.c_str());
       }
     }
     if (!ok) {
@@ -831,9 +760,9 @@ void safe_uts::ensure_dir(const char* path) {
   for (size_t i = 1; i < p.size(); i++) {
     if (p[i] != '/') continue;
     std::string part = p.substr(0, i);
-    if (::stat(part.c_str(), &st) == 0) continue;
+    if (os().stat(part.c_str(), &st) == 0) continue;
     if (showComm) printf("\nmkdir %s", part.c_str());
-    ::mkdir(part.c_str(), 0777);
+    os().mkdir(part.c_str(), 0777);
     errno = 0;
     if (ok_is_a(part.c_str()) != 'd') {
       std::string cd = cwd();
@@ -849,7 +778,7 @@ void safe_uts::rm_tree(const char* name) {
   if (!*name) exut.fail(__LINE__, SRC, "System: rm_tree() of an empty name\n");
   std::string p = strip_slashes(os_name(expanded(name).c_str()));
   struct stat st;
-  if (::lstat(p.c_str(), &st) != 0) {
+  if (os().lstat(p.c_str(), &st) != 0) {
     errno = 0;
     return;
   }
@@ -871,7 +800,7 @@ void safe_uts::rm_tree(const char* name) {
       system(comm_buf);
     }
   } else {
-    ::unlink(p.c_str());
+    os().unlink(p.c_str());
   }
   errno = 0;
 }
@@ -965,7 +894,7 @@ void safe_uts::xcopy_tree(const char* to, const char* from) {
   NN(to);
   NN(from);
   if (ok_is_a(from) != 'd') exut.fail(__LINE__, SRC, "System: no such folder: %s", from);
-  const char* nt = getenv("is_NT");
+  const char* nt = os().get_env("is_NT");
   const char* opts = nt && !strcmp(nt, "1") ? "/S/E/R/K > NUL" : "/S/E/R/K/Y > NUL < NUL";
   snprintf(comm_buf, sizeof comm_buf, "-xcopy \"%s\" \"%s\"/ %s", from, to, opts);
   system(comm_buf);
@@ -1053,19 +982,19 @@ std::vector<std::string> safe_uts::list_dir(const char* dir) {
 bool safe_uts::name_less(const std::string& a, const std::string& b) { return file_ops::name_less(a, b); }
 
 std::string safe_uts::cwd() {
-  char buf[PATH_MAX];
   int e0 = errno;
-  if (!::getcwd(buf, sizeof buf)) {
+  std::string here = os().getcwd();
+  if (here.empty()) {
     errno = e0;
     return std::string("?");
   }
-  return buf;
+  return here;
 }
 
 void safe_uts::change_dir(const char* dir) {
   NN(dir);
   std::string p = os_name(dir);
-  if (::chdir(p.c_str()) != 0) {
+  if (os().chdir(p.c_str()) != 0) {
     std::string cd = cwd();
     exut.fail(__LINE__, SRC, "System: cannot change into folder %s\ncurrDir = %s\n", dir, cd.c_str());
   }
@@ -1080,7 +1009,7 @@ folder_guard::~folder_guard() {
 void folder_guard::enter(const char* dir, const char* who) {
   if (!who) {
     safe_ut.change_dir(dir);
-  } else if (::chdir(safe_ut.os_name(dir).c_str()) != 0) {
+  } else if (os().chdir(safe_ut.os_name(dir).c_str()) != 0) {
     exut.show_str(who, dir);
     exut.fail(__LINE__, SRC, "System: cannot change to %s\ncurrDir = %s\n", dir, before_.c_str());
   }
@@ -1091,7 +1020,7 @@ void folder_guard::back(const char* who) {
   away_ = false;
   if (!who) {
     safe_ut.change_dir(before_.c_str());
-  } else if (::chdir(before_.c_str()) != 0) {
+  } else if (os().chdir(before_.c_str()) != 0) {
     exut.show_str(who, before_.c_str());
     exut.fail(__LINE__, SRC, "System: cannot change back to %s\ncurrDir = %s\n", before_.c_str(),
               safe_ut.cwd().c_str());
@@ -1101,7 +1030,7 @@ void folder_guard::back(const char* who) {
 bool folder_guard::back_quietly() {
   away_ = false;
   int e0 = errno;
-  bool ok = ::chdir(before_.c_str()) == 0;
+  bool ok = os().chdir(before_.c_str()) == 0;
   errno = e0;
   return ok;
 }
@@ -1111,15 +1040,15 @@ bool folder_guard::back_quietly() {
 const char* safe_uts::tmp_dir() {
   if (tmp_base.empty()) {
     int e0 = errno;
-    const char* cands[3] = {getenv("TMP"), getenv("TMPDIR"), "/tmp"};
+    const char* cands[3] = {os().get_env("TMP"), os().get_env("TMPDIR"), "/tmp"};
     for (const char* c : cands) {
       if (!c || !*c) continue;
       std::string t = c;
       if (t[0] != '/') t = cwd() + "/" + t;
       t += "/brelmot_XXXXXX";
-      if (mkdtemp(t.data())) {
+      if (os().make_temp_dir(&t)) {
         tmp_base = t;
-        tmp_owner = getpid();
+        tmp_owner = os().pid();
         break;
       }
     }
@@ -1169,12 +1098,12 @@ FILE* safe_uts::tmp_file(char* name_out, const char* dir) {
       errno = err::corrupted_data;
       exut.fail(__LINE__, SRC, "System: tmp_file() name buffer overrun\n");
     }
-    int fd = ::open(name_out, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    int fd = os().open(name_out, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd < 0) {
       if (errno == EEXIST) continue;
       exut.fail(__LINE__, SRC, "System: tmp_file() cannot create %s\n", name_out);
     }
-    FILE* f = fdopen(fd, "w+");
+    FILE* f = os_stream::over(fd, "w+", name_out);
     if (!f) exut.fail(__LINE__, SRC, "System: tmp_file() cannot open %s\n", name_out);
     errno = 0;
     count_open("tmp", f, name_out);
@@ -1189,7 +1118,7 @@ void safe_uts::env_set(const char* name, const char* value) {
   NN(value);
   int e0 = errno;
   const char* now_set = nullptr;
-  if (::setenv(name, value, 1) == 0) now_set = getenv(name);
+  if (os().set_env(name, value) == 0) now_set = os().get_env(name);
   if (!now_set || strcmp(now_set, value) != 0) {
     exut.show_str("Value", value);
     exut.fail(__LINE__, SRC, "System: cannot set %s=%s\n", name, value);
@@ -1269,11 +1198,11 @@ void del_xnul(const std::string& here) {
   if (!(*searched)[here]) {
     (*searched)[here] = true;
     for (const std::string& n : file_ops::list("."))
-      if (n.compare(0, 4, "xNUL") == 0 && !file_ops::is_dir(n)) ::unlink(n.c_str());
+      if (n.compare(0, 4, "xNUL") == 0 && !file_ops::is_dir(n)) os().unlink(n.c_str());
     return;
   }
   auto it = captures().find(here);
-  if (it != captures().end()) ::unlink(it->second.c_str());
+  if (it != captures().end()) os().unlink(it->second.c_str());
 }
 }  // namespace
 
@@ -1297,7 +1226,7 @@ int safe_uts::system(const char* comm) {
     }
     std::string p = os_name(file.c_str());
     struct stat st;
-    if (file.empty() || ::stat(p.c_str(), &st) != 0 || S_ISDIR(st.st_mode) || st.st_size == 0) {
+    if (file.empty() || os().stat(p.c_str(), &st) != 0 || S_ISDIR(st.st_mode) || st.st_size == 0) {
       errno = 0;
       return 0;
     }
@@ -1314,7 +1243,7 @@ int safe_uts::system(const char* comm) {
 
   // The file that keeps the output away from the console.
   std::string capture;
-  unsigned base = safe_uts::fixed_clock() ? 0u : (unsigned)getpid();
+  unsigned base = safe_uts::fixed_clock() ? 0u : (unsigned)os().pid();
   do capture = "xNUL_" + std::to_string(base + xnul_count++);
   while (file_ops::exists(capture));
   bool has_out = strchr(comm, '>') != nullptr;
@@ -1364,7 +1293,7 @@ int safe_uts::system(const char* comm) {
     command_line probe(word);
     if (!probe.commands.empty() && !builtins::find(probe.commands[0].stages[0].words)) {
       std::string where = find_on_path(word.c_str());
-      const char* path = getenv("PATH");
+      const char* path = os().get_env("PATH");
       if (where.empty() && word.find('.') == std::string::npos)
         printf("\nexe/bat/cmd %s not found on PATH = %s\n", word.c_str(), path ? path : "");
       else if (!where.empty())
@@ -1552,16 +1481,16 @@ std::string safe_uts::find_on_path(const char* name) {
   struct stat st;
   if (strchr(name, '/')) {
     std::string p = os_name(name);
-    return ::stat(p.c_str(), &st) == 0 && !S_ISDIR(st.st_mode) ? p : std::string();
+    return os().stat(p.c_str(), &st) == 0 && !S_ISDIR(st.st_mode) ? p : std::string();
   }
-  const char* path = getenv("PATH");
+  const char* path = os().get_env("PATH");
   if (!path) return std::string();
   int e0 = errno;
   for (const char* p = path;;) {
     const char* q = strchr(p, ':');
     std::string dir(p, q ? q : p + strlen(p));
     std::string cand = (dir.empty() ? std::string(".") : dir) + "/" + name;
-    if (::stat(cand.c_str(), &st) == 0 && !S_ISDIR(st.st_mode)) {
+    if (os().stat(cand.c_str(), &st) == 0 && !S_ISDIR(st.st_mode)) {
       errno = e0;
       return cand;
     }

@@ -64,14 +64,17 @@ bool text_reader::refill() {
   if (src_done_ || error_) return false;
   if (!raw_) raw_.reset(new char[block_]);
   at_ = n_ = 0;
+  int e0 = errno;
   for (;;) {
     long r = src_(raw_.get(), block_);
     if (r > 0) {
       n_ = (size_t)r;
+      errno = e0;  // an interruption that was retried is no error
       return true;
     }
     if (r == 0) {
       src_done_ = true;
+      errno = e0;
       return false;
     }
     if (errno != EINTR) {
