@@ -49,12 +49,15 @@ ssize_t raw_read(void* c, char* buf, size_t n) {
   return r;
 }
 
+// A failed write gives 0, not -1: glibc's stream code takes a count of -1
+// for a number of bytes and overruns its buffer.  The stream is marked as
+// failed either way, and so is the cookie.
 ssize_t raw_write(void* c, const char* buf, size_t n) {
   auto* k = static_cast<cookie*>(c);
   if (!k->error && !write_all(k->fd, buf, n)) k->error = errno ? errno : EIO;
   if (!k->error) return (ssize_t)n;
   errno = k->error;
-  return -1;
+  return 0;
 }
 
 int raw_seek(void* c, off64_t* pos, int whence) {

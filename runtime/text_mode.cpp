@@ -27,9 +27,11 @@ size_t text_fold::fold(const char* in, size_t n, char* out, size_t room, size_t*
     }
     size_t most = std::min(n - i, room - o);
     if (most == 0) break;
-    size_t k = 0;
-    while (k < most && in[i + k] != '\r' && in[i + k] != ctrl_z) k++;
-    memcpy(out + o, in + i, k);
+    // The plain run up to the next CR or Ctrl-Z goes out as it is.
+    const char* cr = static_cast<const char*>(memchr(in + i, '\r', most));
+    size_t k = cr ? (size_t)(cr - (in + i)) : most;
+    if (const char* z = static_cast<const char*>(memchr(in + i, ctrl_z, k))) k = (size_t)(z - (in + i));
+    memmove(out + o, in + i, k);
     o += k;
     i += k;
     if (k == most) continue;
@@ -60,34 +62,52 @@ void text_reader::reset() {
   error_ = 0;
 }
 
-bool text_reader::refill() {
-  if (src_done_ || error_) return false;
-  if (!raw_) raw_.reset(new char[block_]);
-  at_ = n_ = 0;
+// One read of the source into `buf`: the count, 0 at the end (the source
+// is then done), -1 on an error (kept for `read` to report).
+long text_reader::pull(char* buf, size_t n) {
+  if (src_done_ || error_) return error_ ? -1 : 0;
   int e0 = errno;
   for (;;) {
-    long r = src_(raw_.get(), block_);
-    if (r > 0) {
-      n_ = (size_t)r;
+    long r = src_(buf, n);
+    if (r >= 0) {
+      if (r == 0) src_done_ = true;
       errno = e0;  // an interruption that was retried is no error
-      return true;
-    }
-    if (r == 0) {
-      src_done_ = true;
-      errno = e0;
-      return false;
+      return r;
     }
     if (errno != EINTR) {
       error_ = errno ? errno : EIO;
-      return false;
+      return -1;
     }
   }
+}
+
+bool text_reader::refill() {
+  if (!raw_) raw_.reset(new char[block_]);
+  at_ = n_ = 0;
+  long r = pull(raw_.get(), block_);
+  if (r <= 0) return false;
+  n_ = (size_t)r;
+  return true;
 }
 
 long text_reader::read(char* out, size_t want) {
   size_t got = 0;
   while (got < want && !fold_.ended()) {
-    if (at_ == n_ && !refill()) {
+    if (at_ == n_ && want - got > block_) {
+      // A large request: the raw bytes go straight to `out` and are folded
+      // there, behind the place of a held CR.
+      size_t hold = fold_.holding() ? 1 : 0;
+      char* raw = out + got + hold;
+      long r = pull(raw, want - got - hold);
+      if (r > 0) {
+        size_t used = 0;
+        got += fold_.fold(raw, (size_t)r, out + got, want - got, &used);
+        continue;
+      }
+    } else if (at_ == n_) {
+      refill();
+    }
+    if (at_ == n_) {  // the source is done, or failed
       if (!error_) got += fold_.finish(out + got, want - got);
       break;
     }

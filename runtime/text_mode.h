@@ -12,7 +12,9 @@
 //   - after byte 26 the machine has `ended`: it consumes nothing more and
 //     delivers nothing more, a held CR included only when it came before;
 //   - output never exceeds the room given: a full output stops the fold, and
-//     the next call goes on where it stopped.
+//     the next call goes on where it stopped;
+//   - the output may overlap the input when it starts at the input, or one
+//     byte before it when a CR is held: a block can be folded in place.
 //
 // `text_reader` pulls raw blocks from a source (a handle, a stream cookie,
 // a pipe) through the machine, so that callers ask for text the way they
@@ -64,6 +66,7 @@ class text_reader {
   void reset();
 
  private:
+  long pull(char* buf, size_t n);  // one read of the source, EINTR retried
   bool refill();  // false at the end of the source or on an error
 
   source src_;
