@@ -89,13 +89,15 @@ int command_runner::run_pipeline(const command_line::pipeline& p) {
   return status;
 }
 
-int command_runner::run_stage(const command_line::stage& s, int in, int out, int err) {
-  int fds[3] = {in, out, err};
+namespace {
+
+// Makes the redirections of a stage on its three handles; false (after a
+// word on the error handle) when a target cannot be opened.
+bool redirect(const command_line::stage& s, int fds[3]) {
   auto replace = [&](int slot, int fd) {
     if (fds[slot] >= 0) os().close(fds[slot]);
     fds[slot] = fd;
   };
-  bool ok = true;
   for (const command_line::redirection& r : s.redirs) {
     if (r.kind == kind::err_to_out) {
       replace(2, dup_high(fds[1], O_WRONLY));
@@ -113,60 +115,72 @@ int command_runner::run_stage(const command_line::stage& s, int in, int out, int
     int fd = os().open(path.c_str(), flags | O_CLOEXEC, 0666);
     if (fd < 0) {
       tell(fds[2], "The system cannot find the path specified: " + r.target + "\n");
-      ok = false;
-      break;
+      return false;
     }
     replace(slot, fd);
   }
+  return true;
+}
 
+// The arguments of a program: paths as the system sees them, options as
+// they stand, unquoted wildcards expanded when they match.
+std::vector<std::string> program_args(const std::vector<command_line::word>& words) {
+  std::vector<std::string> argv{builtins::path_of(words[0].text)};
+  for (size_t i = 1; i < words.size(); i++) {
+    const command_line::word& w = words[i];
+    if (w.option) {
+      argv.push_back(w.text);
+      continue;
+    }
+    std::string p = builtins::path_of(w.text);
+    std::vector<std::string> m;
+    if (!w.quoted && file_ops::has_wild(p)) m = file_ops::glob(p);
+    if (m.empty())
+      argv.push_back(p);
+    else
+      argv.insert(argv.end(), m.begin(), m.end());
+  }
+  return argv;
+}
+
+}  // namespace
+
+int command_runner::run_stage(const command_line::stage& s, int in, int out, int err) {
+  int fds[3] = {in, out, err};
+  bool ok = redirect(s, fds);
   int status = ok ? 0 : 1;
   if (ok && !s.words.empty()) {
     fflush(stdout);
     fflush(stderr);
-    const command_line::word& cmd = s.words[0];
     if (builtins::fn f = builtins::find(s.words)) {
       builtins::io io{fds[0], fds[1], fds[2]};
       status = f(s.words, io);
-    } else if (builtins::opens_for_person(cmd.text)) {
+    } else if (builtins::opens_for_person(s.words[0].text)) {
       status = 0;  // nothing opens a page, a script or a document for a person here
     } else {
-      std::vector<std::string> argv_s{builtins::path_of(cmd.text)};
-      for (size_t i = 1; i < s.words.size(); i++) {
-        const command_line::word& w = s.words[i];
-        if (w.option) {
-          argv_s.push_back(w.text);
-          continue;
-        }
-        std::string p = builtins::path_of(w.text);
-        if (!w.quoted && file_ops::has_wild(p)) {
-          std::vector<std::string> m = file_ops::glob(p);
-          if (!m.empty()) {
-            argv_s.insert(argv_s.end(), m.begin(), m.end());
-            continue;
-          }
-        }
-        argv_s.push_back(p);
-      }
-      std::vector<char*> argv;
-      for (std::string& a : argv_s) argv.push_back(a.data());
-      argv.push_back(nullptr);
-
-      pid_t pid = 0;
-      int rc = os().spawn(&pid, argv[0], argv.data(), fds);
-      if (rc != 0) {
-        if (!builtins::optional_tool(s.words)) {
-          missing = cmd.text;
-          missing_errno = rc;
-        }
-        status = 127;
-      } else {
-        int st = 0;
-        wait_for(pid, &st);
-        status = WIFEXITED(st) ? WEXITSTATUS(st) : 128 + (WIFSIGNALED(st) ? WTERMSIG(st) : 0);
-      }
+      status = run_program(s.words, fds);
     }
   }
   for (int k = 0; k < 3; k++)
     if (fds[k] >= 0) os().close(fds[k]);
   return status;
+}
+
+int command_runner::run_program(const std::vector<command_line::word>& words, const int fds[3]) {
+  std::vector<std::string> args = program_args(words);
+  std::vector<char*> argv;
+  for (std::string& a : args) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  pid_t pid = 0;
+  int rc = os().spawn(&pid, argv[0], argv.data(), fds);
+  if (rc != 0) {
+    if (!builtins::optional_tool(words)) {
+      missing = words[0].text;
+      missing_errno = rc;
+    }
+    return 127;
+  }
+  int st = 0;
+  wait_for(pid, &st);
+  return WIFEXITED(st) ? WEXITSTATUS(st) : 128 + (WIFSIGNALED(st) ? WTERMSIG(st) : 0);
 }

@@ -137,77 +137,53 @@ os_env* install_os(os_env* e) {
 
 // ----------------------------------------------------------------- helpers
 
-ssize_t read_full(int fd, void* buf, size_t n) {
+namespace {
+
+// Runs `op(done)`, which transfers the part from `done` on, until `n`
+// bytes are done; EINTR is retried.  A transfer of 0 bytes is the end of a
+// read (`zero_ends`), or a full disk for a write.  Returns the bytes done,
+// or -1 with errno set.  An interruption that was retried is no error.
+template <class Op>
+ssize_t transfer(size_t n, bool zero_ends, Op op) {
   int e0 = errno;
-  size_t got = 0;
-  while (got < n) {
-    ssize_t r = os().read(fd, static_cast<char*>(buf) + got, n - got);
+  size_t done = 0;
+  while (done < n) {
+    ssize_t r = op(done);
     if (r < 0) {
       if (errno == EINTR) continue;
       return -1;
     }
-    if (r == 0) break;
-    got += (size_t)r;
+    if (r == 0) {
+      if (zero_ends) break;
+      errno = ENOSPC;
+      return -1;
+    }
+    done += (size_t)r;
   }
-  errno = e0;  // an interruption that was retried is no error
-  return (ssize_t)got;
+  errno = e0;
+  return (ssize_t)done;
+}
+
+}  // namespace
+
+ssize_t read_full(int fd, void* buf, size_t n) {
+  char* p = static_cast<char*>(buf);
+  return transfer(n, true, [&](size_t got) { return os().read(fd, p + got, n - got); });
 }
 
 ssize_t pread_full(int fd, void* buf, size_t n, off_t at) {
-  int e0 = errno;
-  size_t got = 0;
-  while (got < n) {
-    ssize_t r = os().pread(fd, static_cast<char*>(buf) + got, n - got, at + (off_t)got);
-    if (r < 0) {
-      if (errno == EINTR) continue;
-      return -1;
-    }
-    if (r == 0) break;
-    got += (size_t)r;
-  }
-  errno = e0;  // an interruption that was retried is no error
-  return (ssize_t)got;
+  char* p = static_cast<char*>(buf);
+  return transfer(n, true, [&](size_t got) { return os().pread(fd, p + got, n - got, at + (off_t)got); });
 }
 
 bool write_all(int fd, const void* buf, size_t n) {
-  int e0 = errno;
   const char* p = static_cast<const char*>(buf);
-  while (n > 0) {
-    ssize_t w = os().write(fd, p, n);
-    if (w < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    if (w == 0) {  // no progress: nothing more can be written
-      errno = ENOSPC;
-      return false;
-    }
-    p += w;
-    n -= (size_t)w;
-  }
-  errno = e0;
-  return true;
+  return transfer(n, false, [&](size_t done) { return os().write(fd, p + done, n - done); }) >= 0;
 }
 
 bool pwrite_all(int fd, const void* buf, size_t n, off_t at) {
-  int e0 = errno;
   const char* p = static_cast<const char*>(buf);
-  while (n > 0) {
-    ssize_t w = os().pwrite(fd, p, n, at);
-    if (w < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    if (w == 0) {
-      errno = ENOSPC;
-      return false;
-    }
-    p += w;
-    at += w;
-    n -= (size_t)w;
-  }
-  errno = e0;
-  return true;
+  return transfer(n, false, [&](size_t done) { return os().pwrite(fd, p + done, n - done, at + (off_t)done); }) >= 0;
 }
 
 bool copy_all(int in, int out) {

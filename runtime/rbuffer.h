@@ -136,6 +136,7 @@ class rBuffer : public standard {
   void slide();
   int raw_read(char* buf, int n);
   int locate(int from, const char* str, int len);
+  void to_candidate(str_el* const* first_at, int sentinel, FILE* out);
   void include_step(const char* key, FILE* out, const char* conv_name, include_record& list);
 
   // The text-mode reader of the open file.

@@ -258,6 +258,11 @@ class safe_uts {
   static const char* const ACL_hint;
 
  private:
+  // Steps of `system`.
+  std::string new_capture();
+  int quick_command(const char* comm);
+  void echo_errors(const std::string& capture, bool ask);
+
   std::string tmp_base;
   std::vector<std::string> tmps;
   unsigned xnul_count = 0;
