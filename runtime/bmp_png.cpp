@@ -1,8 +1,12 @@
 // BMP to PNG without a compression library.
 #include "runtime/bmp_png.h"
 
+#include <fcntl.h>
+
 #include <cstdio>
 #include <cstring>
+
+#include "runtime/os_env.h"
 
 namespace {
 
@@ -104,82 +108,122 @@ bool bmp_png::write_png(const std::string& png, int width, int height,
   chunk(out, "IHDR", ihdr);
   chunk(out, "IDAT", z);
   chunk(out, "IEND", {});
-  FILE* f = fopen(png.c_str(), "wbe");
-  if (!f) return false;
-  bool ok = fwrite(out.data(), 1, out.size(), f) == out.size();
-  return fclose(f) == 0 && ok;
+  int fd = os().open(png.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (fd < 0) return false;
+  bool ok = write_all(fd, out.data(), out.size());
+  return os().close(fd) == 0 && ok;
 }
 
-bool bmp_png::convert(const std::string& bmp, const std::string& png, std::string* why) {
-  auto fail = [&](const char* text) {
-    if (why) *why = text;
-    return false;
-  };
-  FILE* f = fopen(bmp.c_str(), "rbe");
-  if (!f) return fail("cannot open");
-  std::vector<uint8_t> b;
-  uint8_t buf[65536];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, f)) > 0) b.insert(b.end(), buf, buf + n);
-  fclose(f);
-  if (b.size() < 54 || b[0] != 'B' || b[1] != 'M') return fail("not a BMP picture");
-  uint32_t offset = le(b, 10, 4), dib = le(b, 14, 4);
-  if (dib < 40 || 14 + (size_t)dib > b.size()) return fail("unknown BMP header");
-  int32_t w = (int32_t)le(b, 18, 4), h = (int32_t)le(b, 22, 4);
-  int bpp = (int)le(b, 28, 2);
-  uint32_t comp = le(b, 30, 4), used = le(b, 46, 4);
-  bool top_down = h < 0;
-  if (top_down) h = -h;
-  if (w <= 0 || h <= 0 || w > 40000 || h > 40000 || (int64_t)w * h > 200000000)
-    return fail("picture size out of range");
-  if (comp != 0 && !(comp == 3 && (bpp == 16 || bpp == 32))) return fail("compressed BMP");
-  if (bpp != 1 && bpp != 4 && bpp != 8 && bpp != 16 && bpp != 24 && bpp != 32)
-    return fail("unsupported bits per pixel");
+namespace {
+
+// What the header of a BMP picture says, with its colour masks and palette.
+struct bmp_form {
+  uint32_t offset = 0, dib = 0, comp = 0, used = 0;
+  int32_t w = 0, h = 0;
+  int bpp = 0;
+  bool top_down = false;
   uint32_t masks[3] = {0, 0, 0};
-  if (comp == 3) {
-    size_t m = dib >= 52 ? 14 + 40 : 14 + dib;  // masks inside the header or behind it
-    if (m + 12 > b.size()) return fail("truncated BMP");
-    for (int i = 0; i < 3; i++) masks[i] = le(b, m + 4 * i, 4);
-  } else if (bpp == 16) {
-    masks[0] = 0x7C00, masks[1] = 0x03E0, masks[2] = 0x001F;
-  } else if (bpp == 32) {
-    masks[0] = 0xFF0000, masks[1] = 0xFF00, masks[2] = 0xFF;
+  std::vector<uint8_t> pal;  // RGB triples
+  size_t stride = 0;
+};
+
+bool read_all(const std::string& name, std::vector<uint8_t>* b) {
+  int fd = os().open(name.c_str(), O_RDONLY | O_CLOEXEC, 0);
+  if (fd < 0) return false;
+  uint8_t buf[65536];
+  ssize_t n;
+  while ((n = read_full(fd, buf, sizeof buf)) > 0) b->insert(b->end(), buf, buf + n);
+  os().close(fd);
+  return true;
+}
+
+// The header; null when it describes a picture this converter reads,
+// otherwise why not.
+const char* read_header(const std::vector<uint8_t>& b, bmp_form* f) {
+  if (b.size() < 54 || b[0] != 'B' || b[1] != 'M') return "not a BMP picture";
+  f->offset = le(b, 10, 4), f->dib = le(b, 14, 4);
+  if (f->dib < 40 || 14 + (size_t)f->dib > b.size()) return "unknown BMP header";
+  f->w = (int32_t)le(b, 18, 4), f->h = (int32_t)le(b, 22, 4);
+  f->bpp = (int)le(b, 28, 2);
+  f->comp = le(b, 30, 4), f->used = le(b, 46, 4);
+  f->top_down = f->h < 0;
+  if (f->top_down) f->h = -f->h;
+  if (f->w <= 0 || f->h <= 0 || f->w > 40000 || f->h > 40000 || (int64_t)f->w * f->h > 200000000)
+    return "picture size out of range";
+  int bpp = f->bpp;
+  if (f->comp != 0 && !(f->comp == 3 && (bpp == 16 || bpp == 32))) return "compressed BMP";
+  if (bpp != 1 && bpp != 4 && bpp != 8 && bpp != 16 && bpp != 24 && bpp != 32)
+    return "unsupported bits per pixel";
+  return nullptr;
+}
+
+// The colour masks of 16 and 32 bits a pixel, the palette of 8 and fewer,
+// and the length of a row; null or why not.
+const char* read_colours(const std::vector<uint8_t>& b, bmp_form* f) {
+  if (f->comp == 3) {
+    size_t m = f->dib >= 52 ? 14 + 40 : 14 + f->dib;  // masks inside the header or behind it
+    if (m + 12 > b.size()) return "truncated BMP";
+    for (int i = 0; i < 3; i++) f->masks[i] = le(b, m + 4 * i, 4);
+  } else if (f->bpp == 16) {
+    f->masks[0] = 0x7C00, f->masks[1] = 0x03E0, f->masks[2] = 0x001F;
+  } else if (f->bpp == 32) {
+    f->masks[0] = 0xFF0000, f->masks[1] = 0xFF00, f->masks[2] = 0xFF;
   }
-  std::vector<uint8_t> pal;
-  if (bpp <= 8) {
-    uint32_t count = used ? used : (1u << bpp);
-    size_t p = 14 + dib;
-    if (count > 256 || p + 4 * (size_t)count > b.size()) return fail("bad palette");
+  if (f->bpp <= 8) {
+    uint32_t count = f->used ? f->used : (1u << f->bpp);
+    size_t p = 14 + f->dib;
+    if (count > 256 || p + 4 * (size_t)count > b.size()) return "bad palette";
     for (uint32_t i = 0; i < count; i++) {
-      pal.push_back(b[p + 4 * i + 2]);
-      pal.push_back(b[p + 4 * i + 1]);
-      pal.push_back(b[p + 4 * i]);
+      f->pal.push_back(b[p + 4 * i + 2]);
+      f->pal.push_back(b[p + 4 * i + 1]);
+      f->pal.push_back(b[p + 4 * i]);
     }
   }
-  size_t stride = (((size_t)w * bpp + 31) / 32) * 4;
-  if ((size_t)offset + stride * (size_t)h > b.size()) return fail("truncated BMP");
+  f->stride = (((size_t)f->w * f->bpp + 31) / 32) * 4;
+  if ((size_t)f->offset + f->stride * (size_t)f->h > b.size()) return "truncated BMP";
+  return nullptr;
+}
+
+// The pixels, top row first, 3 bytes each.
+std::vector<uint8_t> decode(const std::vector<uint8_t>& b, const bmp_form& f) {
   int sh[3], bits[3];
-  for (int i = 0; i < 3; i++) mask_shape(masks[i], &sh[i], &bits[i]);
+  for (int i = 0; i < 3; i++) mask_shape(f.masks[i], &sh[i], &bits[i]);
+  const int w = f.w, h = f.h, bpp = f.bpp;
   std::vector<uint8_t> rgb((size_t)w * h * 3);
   for (int y = 0; y < h; y++) {
-    const uint8_t* src = b.data() + offset + stride * (size_t)(top_down ? y : h - 1 - y);
+    const uint8_t* src = b.data() + f.offset + f.stride * (size_t)(f.top_down ? y : h - 1 - y);
     uint8_t* dst = rgb.data() + (size_t)y * w * 3;
     for (int x = 0; x < w; x++, dst += 3) {
       if (bpp <= 8) {
         int per = 8 / bpp;
         unsigned idx = (src[x / per] >> ((per - 1 - x % per) * bpp)) & ((1u << bpp) - 1);
-        if (idx * 3 + 2 >= pal.size()) idx = 0;
-        memcpy(dst, &pal[idx * 3], 3);
+        if (idx * 3 + 2 >= f.pal.size()) idx = 0;
+        memcpy(dst, &f.pal[idx * 3], 3);
       } else if (bpp == 24) {
         dst[0] = src[3 * x + 2], dst[1] = src[3 * x + 1], dst[2] = src[3 * x];
       } else {
         uint32_t v = bpp == 16 ? (uint32_t)(src[2 * x] | src[2 * x + 1] << 8)
                                : (uint32_t)(src[4 * x] | src[4 * x + 1] << 8 | src[4 * x + 2] << 16 |
                                             (uint32_t)src[4 * x + 3] << 24);
-        for (int i = 0; i < 3; i++) dst[i] = scale((v & masks[i]) >> sh[i], bits[i]);
+        for (int i = 0; i < 3; i++) dst[i] = scale((v & f.masks[i]) >> sh[i], bits[i]);
       }
     }
   }
-  if (!write_png(png, w, h, rgb)) return fail("cannot write the PNG file");
+  return rgb;
+}
+
+}  // namespace
+
+bool bmp_png::convert(const std::string& bmp, const std::string& png, std::string* why) {
+  auto fail = [&](const char* text) {
+    if (why) *why = text;
+    return false;
+  };
+  std::vector<uint8_t> b;
+  if (!read_all(bmp, &b)) return fail("cannot open");
+  bmp_form f;
+  if (const char* no = read_header(b, &f)) return fail(no);
+  if (const char* no = read_colours(b, &f)) return fail(no);
+  if (!write_png(png, f.w, f.h, decode(b, f))) return fail("cannot write the PNG file");
   return true;
 }

@@ -5,6 +5,8 @@
 
 #include <cctype>
 
+#include "runtime/os_env.h"
+
 bool command_line::looks_like_option(const std::string& w) {
   if (w.size() < 2 || w[0] != '/') return false;
   size_t i = 0;
@@ -22,129 +24,163 @@ bool command_line::looks_like_option(const std::string& w) {
   return true;
 }
 
-command_line::command_line(const std::string& text) {
-  commands.emplace_back();
-  commands.back().stages.emplace_back();
+namespace {
 
-  word cur;
-  bool in_word = false;       // a word has begun (perhaps only with quotes)
-  bool after_blank = true;    // the word began at the start or after a blank
-  bool word_after_blank = true;
-  bool pending = false;       // a redirection waits for its target
-  redir_kind pending_kind = redir_kind::out;
+using word = command_line::word;
+using kind = command_line::redir_kind;
 
-  auto st = [&]() -> stage& { return commands.back().stages.back(); };
+// The state of taking one line apart, character by character.
+class line_parser {
+ public:
+  explicit line_parser(command_line& cl) : cl_(cl) {
+    cl_.commands.emplace_back();
+    cl_.commands.back().stages.emplace_back();
+  }
 
-  auto finish_word = [&]() {
-    if (!in_word) return;
-    if (pending) {
-      st().redirs.push_back({pending_kind, cur.text});
-      pending = false;
-    } else {
-      if (!cur.quoted && word_after_blank && !st().words.empty() && looks_like_option(cur.text)) {
-        // An existing path such as "/tmp" stays a path.
-        struct stat sb;
-        cur.option = ::lstat(cur.text.c_str(), &sb) != 0;
-      }
-      st().words.push_back(cur);
-    }
-    cur = word();
-    in_word = false;
-  };
-  auto begin_word = [&]() {
-    if (!in_word) {
-      in_word = true;
-      word_after_blank = after_blank;
-    }
-  };
-  auto need_target = [&](redir_kind k) {
-    if (pending) error = "redirection without a target";
-    pending = true;
-    pending_kind = k;
-  };
-
-  bool quoted = false;
-  size_t n = text.size();
-  for (size_t i = 0; i < n; i++) {
-    char c = text[i];
-    if (quoted) {
-      if (c == '"')
-        quoted = false;
-      else
-        cur.text += c;
-      continue;
-    }
-    if (c == '"') {
-      begin_word();
-      cur.quoted = true;
-      quoted = true;
-      after_blank = false;
-      continue;
-    }
-    if (c == ' ' || c == '\t' || c == '\n' || c == '\r') {
-      finish_word();
-      after_blank = true;
-      continue;
-    }
-    if (c == '>' || c == '<') {
-      int fd = c == '>' ? 1 : 0;
-      // "1>" and "2>": a lone digit that began a word names the handle.
-      if (c == '>' && in_word && !cur.quoted && word_after_blank &&
-          (cur.text == "1" || cur.text == "2")) {
-        fd = cur.text[0] - '0';
-        cur = word();
-        in_word = false;
-      } else {
+  void parse(const std::string& text) {
+    size_t n = text.size();
+    for (size_t i = 0; i < n; i++) {
+      char c = text[i];
+      if (quoted_) {
+        if (c == '"')
+          quoted_ = false;
+        else
+          cur_.text += c;
+      } else if (c == '"') {
+        open_quote();
+      } else if (c == ' ' || c == '\t' || c == '\n' || c == '\r') {
         finish_word();
-      }
-      if (c == '<') {
-        need_target(redir_kind::in);
-      } else if (i + 2 < n && text[i + 1] == '&' && (text[i + 2] == '1' || text[i + 2] == '2')) {
-        if (pending) error = "redirection without a target";
-        commands.back().stages.back().redirs.push_back(
-            {fd == 2 ? redir_kind::err_to_out : redir_kind::out_to_err, std::string()});
-        i += 2;
-      } else if (i + 1 < n && text[i + 1] == '>') {
-        need_target(fd == 2 ? redir_kind::err_append : redir_kind::append);
+        after_blank_ = true;
+      } else if (c == '>' || c == '<') {
+        i = redirection(text, i);
+      } else if (c == '|') {
+        next_stage();
+      } else if (c == '&' && i + 1 < n && text[i + 1] == '&') {
+        next_pipeline();
         i++;
       } else {
-        need_target(fd == 2 ? redir_kind::err : redir_kind::out);
+        begin_word();
+        cur_.text += c;
+        after_blank_ = false;
       }
-      after_blank = true;  // a target glued to the operator is still a target
-      continue;
     }
-    if (c == '|') {
-      finish_word();
-      if (pending) error = "redirection without a target";
-      pending = false;
-      commands.back().stages.emplace_back();
-      after_blank = true;
-      continue;
-    }
-    if (c == '&' && i + 1 < n && text[i + 1] == '&') {
-      finish_word();
-      if (pending) error = "redirection without a target";
-      pending = false;
-      commands.emplace_back();
-      commands.back().stages.emplace_back();
-      i++;
-      after_blank = true;
-      continue;
-    }
-    begin_word();
-    cur.text += c;
-    after_blank = false;
+    finish_word();
+    if (pending_) problem();
+    drop_empty();
   }
-  finish_word();
-  if (pending) error = "redirection without a target";
 
-  // Drop empty stages and pipelines ("a && && b", a trailing "|").
-  std::vector<pipeline> kept;
-  for (pipeline& p : commands) {
-    pipeline q;
-    for (stage& s : p.stages)
-      if (!s.words.empty() || !s.redirs.empty()) q.stages.push_back(std::move(s));
-    if (!q.stages.empty()) kept.push_back(std::move(q));
+ private:
+  command_line::stage& stage() { return cl_.commands.back().stages.back(); }
+  void problem() { cl_.error = "redirection without a target"; }
+
+  void begin_word() {
+    if (in_word_) return;
+    in_word_ = true;
+    word_after_blank_ = after_blank_;
   }
-  commands.swap(kept);
-}
+
+  void open_quote() {
+    begin_word();
+    cur_.quoted = true;
+    quoted_ = true;
+    after_blank_ = false;
+  }
+
+  // A word ends: it is the target of a waiting redirection, or a word of
+  // the stage (an option when it looks like one and names nothing).
+  void finish_word() {
+    if (!in_word_) return;
+    if (pending_) {
+      stage().redirs.push_back({pending_kind_, cur_.text});
+      pending_ = false;
+    } else {
+      if (!cur_.quoted && word_after_blank_ && !stage().words.empty() &&
+          command_line::looks_like_option(cur_.text)) {
+        // An existing path such as "/tmp" stays a path.
+        struct stat sb;
+        cur_.option = os().lstat(cur_.text.c_str(), &sb) != 0;
+      }
+      stage().words.push_back(cur_);
+    }
+    cur_ = word();
+    in_word_ = false;
+  }
+
+  void need_target(kind k) {
+    if (pending_) problem();
+    pending_ = true;
+    pending_kind_ = k;
+  }
+
+  // ">", ">>", "1>", "2>", "2>&1", "1>&2" or "<" at `i`; returns the index
+  // of its last character.
+  size_t redirection(const std::string& text, size_t i) {
+    char c = text[i];
+    size_t n = text.size();
+    int fd = c == '>' ? 1 : 0;
+    // "1>" and "2>": a lone digit that began a word names the handle.
+    if (c == '>' && in_word_ && !cur_.quoted && word_after_blank_ && (cur_.text == "1" || cur_.text == "2")) {
+      fd = cur_.text[0] - '0';
+      cur_ = word();
+      in_word_ = false;
+    } else {
+      finish_word();
+    }
+    if (c == '<') {
+      need_target(kind::in);
+    } else if (i + 2 < n && text[i + 1] == '&' && (text[i + 2] == '1' || text[i + 2] == '2')) {
+      if (pending_) problem();
+      stage().redirs.push_back({fd == 2 ? kind::err_to_out : kind::out_to_err, std::string()});
+      i += 2;
+    } else if (i + 1 < n && text[i + 1] == '>') {
+      need_target(fd == 2 ? kind::err_append : kind::append);
+      i++;
+    } else {
+      need_target(fd == 2 ? kind::err : kind::out);
+    }
+    after_blank_ = true;  // a target glued to the operator is still a target
+    return i;
+  }
+
+  void next_stage() {
+    finish_word();
+    if (pending_) problem();
+    pending_ = false;
+    cl_.commands.back().stages.emplace_back();
+    after_blank_ = true;
+  }
+
+  void next_pipeline() {
+    finish_word();
+    if (pending_) problem();
+    pending_ = false;
+    cl_.commands.emplace_back();
+    cl_.commands.back().stages.emplace_back();
+    after_blank_ = true;
+  }
+
+  // Empty stages and pipelines go ("a && && b", a trailing "|").
+  void drop_empty() {
+    std::vector<command_line::pipeline> kept;
+    for (command_line::pipeline& p : cl_.commands) {
+      command_line::pipeline q;
+      for (command_line::stage& s : p.stages)
+        if (!s.words.empty() || !s.redirs.empty()) q.stages.push_back(std::move(s));
+      if (!q.stages.empty()) kept.push_back(std::move(q));
+    }
+    cl_.commands.swap(kept);
+  }
+
+  command_line& cl_;
+  word cur_;
+  bool in_word_ = false;           // a word has begun (perhaps only with quotes)
+  bool after_blank_ = true;        // the next word begins at the start or after a blank
+  bool word_after_blank_ = true;   // the current word did
+  bool quoted_ = false;
+  bool pending_ = false;           // a redirection waits for its target
+  kind pending_kind_ = kind::out;
+};
+
+}  // namespace
+
+command_line::command_line(const std::string& text) { line_parser(*this).parse(text); }

@@ -2,35 +2,31 @@
 #include "runtime/command_runner.h"
 
 #include <fcntl.h>
-#include <limits.h>
-#include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 #include "runtime/builtins.h"
 #include "runtime/file_ops.h"
+#include "runtime/os_env.h"
 #include "runtime/safe_uts.h"
-
-extern char** environ;
 
 namespace {
 
 using kind = command_line::redir_kind;
 
 void tell(int fd, const std::string& s) {
-  ssize_t w = ::write(fd, s.data(), s.size());
-  (void)w;
+  write_all(fd, s.data(), s.size());
 }
 
 int dup_high(int fd, int fallback_flags) {
-  int d = fd >= 0 ? fcntl(fd, F_DUPFD_CLOEXEC, 3) : -1;
-  if (d < 0) d = ::open("/dev/null", fallback_flags | O_CLOEXEC);
+  int d = fd >= 0 ? os().dup_above(fd, 3) : -1;
+  if (d < 0) d = os().open("/dev/null", fallback_flags | O_CLOEXEC, 0);
   return d;
 }
 
@@ -54,20 +50,16 @@ int command_runner::run(const std::string& line) {
     tell(2, "The syntax of the command is incorrect: " + cl.error + "\n");
     return 1;
   }
-  std::string start;
-  bool cd = changes_folder(cl);
-  if (cd) {
-    char buf[PATH_MAX];
-    if (::getcwd(buf, sizeof buf)) start = buf;
-  }
+  // A change of folder holds for the rest of its line only.
+  std::optional<folder_guard> start;
+  if (changes_folder(cl)) start.emplace();
   int status = 0;
   for (size_t k = 0; k < cl.commands.size(); k++) {
     if (k > 0 && status != 0) break;
     status = run_pipeline(cl.commands[k]);
     if (!missing.empty()) break;
   }
-  // A change of folder holds for the rest of its line only.
-  if (cd && !start.empty() && ::chdir(start.c_str()) != 0) tell(2, "cannot return to " + start + "\n");
+  if (start && !start->back_quietly()) tell(2, "cannot return to " + start->before() + "\n");
   return status;
 }
 
@@ -76,34 +68,36 @@ int command_runner::run_pipeline(const command_line::pipeline& p) {
   int status = 0;
   for (size_t i = 0; i < p.stages.size(); i++) {
     bool last = i + 1 == p.stages.size();
-    int in = ::open(prev.empty() ? "/dev/null" : prev.c_str(), O_RDONLY | O_CLOEXEC);
-    if (in < 0) in = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    int in = os().open(prev.empty() ? "/dev/null" : prev.c_str(), O_RDONLY | O_CLOEXEC, 0);
+    if (in < 0) in = os().open("/dev/null", O_RDONLY | O_CLOEXEC, 0);
     std::string next;
     int out;
     if (last) {
       out = dup_high(1, O_WRONLY);
     } else {
       next = std::string(safe_ut.tmp_dir()) + "/pipe_" + std::to_string(pipe_nr_++);
-      out = ::open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-      if (out < 0) out = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+      out = os().open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+      if (out < 0) out = os().open("/dev/null", O_WRONLY | O_CLOEXEC, 0);
     }
     int err = dup_high(2, O_WRONLY);
     status = run_stage(p.stages[i], in, out, err);
-    if (!prev.empty()) ::unlink(prev.c_str());
+    if (!prev.empty()) os().unlink(prev.c_str());
     prev = next;
     if (!missing.empty()) break;
   }
-  if (!prev.empty()) ::unlink(prev.c_str());
+  if (!prev.empty()) os().unlink(prev.c_str());
   return status;
 }
 
-int command_runner::run_stage(const command_line::stage& s, int in, int out, int err) {
-  int fds[3] = {in, out, err};
+namespace {
+
+// Makes the redirections of a stage on its three handles; false (after a
+// word on the error handle) when a target cannot be opened.
+bool redirect(const command_line::stage& s, int fds[3]) {
   auto replace = [&](int slot, int fd) {
-    if (fds[slot] >= 0) ::close(fds[slot]);
+    if (fds[slot] >= 0) os().close(fds[slot]);
     fds[slot] = fd;
   };
-  bool ok = true;
   for (const command_line::redirection& r : s.redirs) {
     if (r.kind == kind::err_to_out) {
       replace(2, dup_high(fds[1], O_WRONLY));
@@ -118,76 +112,75 @@ int command_runner::run_stage(const command_line::stage& s, int in, int out, int
     int flags = slot == 0 ? O_RDONLY
                 : (r.kind == kind::append || r.kind == kind::err_append) ? O_WRONLY | O_CREAT | O_APPEND
                                                                         : O_WRONLY | O_CREAT | O_TRUNC;
-    int fd = ::open(path.c_str(), flags | O_CLOEXEC, 0666);
+    int fd = os().open(path.c_str(), flags | O_CLOEXEC, 0666);
     if (fd < 0) {
       tell(fds[2], "The system cannot find the path specified: " + r.target + "\n");
-      ok = false;
-      break;
+      return false;
     }
     replace(slot, fd);
   }
+  return true;
+}
 
+// The arguments of a program: paths as the system sees them, options as
+// they stand, unquoted wildcards expanded when they match.
+std::vector<std::string> program_args(const std::vector<command_line::word>& words) {
+  std::vector<std::string> argv{builtins::path_of(words[0].text)};
+  for (size_t i = 1; i < words.size(); i++) {
+    const command_line::word& w = words[i];
+    if (w.option) {
+      argv.push_back(w.text);
+      continue;
+    }
+    std::string p = builtins::path_of(w.text);
+    std::vector<std::string> m;
+    if (!w.quoted && file_ops::has_wild(p)) m = file_ops::glob(p);
+    if (m.empty())
+      argv.push_back(p);
+    else
+      argv.insert(argv.end(), m.begin(), m.end());
+  }
+  return argv;
+}
+
+}  // namespace
+
+int command_runner::run_stage(const command_line::stage& s, int in, int out, int err) {
+  int fds[3] = {in, out, err};
+  bool ok = redirect(s, fds);
   int status = ok ? 0 : 1;
   if (ok && !s.words.empty()) {
     fflush(stdout);
     fflush(stderr);
-    const command_line::word& cmd = s.words[0];
     if (builtins::fn f = builtins::find(s.words)) {
       builtins::io io{fds[0], fds[1], fds[2]};
       status = f(s.words, io);
-    } else if (builtins::opens_for_person(cmd.text)) {
+    } else if (builtins::opens_for_person(s.words[0].text)) {
       status = 0;  // nothing opens a page, a script or a document for a person here
     } else {
-      std::vector<std::string> argv_s{builtins::path_of(cmd.text)};
-      for (size_t i = 1; i < s.words.size(); i++) {
-        const command_line::word& w = s.words[i];
-        if (w.option) {
-          argv_s.push_back(w.text);
-          continue;
-        }
-        std::string p = builtins::path_of(w.text);
-        if (!w.quoted && file_ops::has_wild(p)) {
-          std::vector<std::string> m = file_ops::glob(p);
-          if (!m.empty()) {
-            argv_s.insert(argv_s.end(), m.begin(), m.end());
-            continue;
-          }
-        }
-        argv_s.push_back(p);
-      }
-      std::vector<char*> argv;
-      for (std::string& a : argv_s) argv.push_back(a.data());
-      argv.push_back(nullptr);
-
-      posix_spawn_file_actions_t fa;
-      posix_spawn_file_actions_init(&fa);
-      for (int k = 0; k < 3; k++) posix_spawn_file_actions_adddup2(&fa, fds[k], k);
-      posix_spawnattr_t at;
-      posix_spawnattr_init(&at);
-      sigset_t def;
-      sigemptyset(&def);
-      sigaddset(&def, SIGPIPE);
-      posix_spawnattr_setsigdefault(&at, &def);
-      posix_spawnattr_setflags(&at, POSIX_SPAWN_SETSIGDEF);
-      pid_t pid = 0;
-      int rc = posix_spawnp(&pid, argv[0], &fa, &at, argv.data(), environ);
-      posix_spawn_file_actions_destroy(&fa);
-      posix_spawnattr_destroy(&at);
-      if (rc != 0) {
-        if (!builtins::optional_tool(s.words)) {
-          missing = cmd.text;
-          missing_errno = rc;
-        }
-        status = 127;
-      } else {
-        int st = 0;
-        while (::waitpid(pid, &st, 0) < 0 && errno == EINTR) {
-        }
-        status = WIFEXITED(st) ? WEXITSTATUS(st) : 128 + (WIFSIGNALED(st) ? WTERMSIG(st) : 0);
-      }
+      status = run_program(s.words, fds);
     }
   }
   for (int k = 0; k < 3; k++)
-    if (fds[k] >= 0) ::close(fds[k]);
+    if (fds[k] >= 0) os().close(fds[k]);
   return status;
+}
+
+int command_runner::run_program(const std::vector<command_line::word>& words, const int fds[3]) {
+  std::vector<std::string> args = program_args(words);
+  std::vector<char*> argv;
+  for (std::string& a : args) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  pid_t pid = 0;
+  int rc = os().spawn(&pid, argv[0], argv.data(), fds);
+  if (rc != 0) {
+    if (!builtins::optional_tool(words)) {
+      missing = words[0].text;
+      missing_errno = rc;
+    }
+    return 127;
+  }
+  int st = 0;
+  wait_for(pid, &st);
+  return WIFEXITED(st) ? WEXITSTATUS(st) : 128 + (WIFSIGNALED(st) ? WTERMSIG(st) : 0);
 }

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "runtime/command_line.h"
 
@@ -23,5 +24,7 @@ class command_runner {
  private:
   int run_pipeline(const command_line::pipeline& p);
   int run_stage(const command_line::stage& s, int in, int out, int err);
+  // Starts a program and waits for it; 127 when it cannot be started.
+  int run_program(const std::vector<command_line::word>& words, const int fds[3]);
   unsigned pipe_nr_ = 0;
 };

@@ -9,6 +9,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "runtime/run_end.h"
+
 class standard;
 
 // The system's own error codes, carried in `errno` next to the library's.
@@ -54,7 +56,6 @@ constexpr int DMLERR_adv_ack_timeout = 16384, DMLERR_busy = 16385,
 // Process-wide state of the tracker.
 extern unsigned call_nr;          // progress counter shown in failure reports
 extern const char* checkpoint;    // what the last checkpoint said
-extern const char* last_LB;       // name of the last tracked block
 extern int show_from;             // trace text only while call_nr is above this
 extern const char* program_name;  // argv[0]
 extern int showComm;              // echo commands and file operations
@@ -63,19 +64,7 @@ extern int testMe;                // anchor count and link check after a build
 
 class ExecUt {
  public:
-  static constexpr int maxdepth = 100;
   static constexpr int msg_size = 6000;
-  static constexpr int ring_size = 20000;
-
-  struct Entry {
-    const char* name = "";
-    const char* file = "";
-    int line = 0;
-    unsigned call_nr = 0;
-    const char* text = "";
-    int err = 0;
-    int word = 0;
-  };
 
   explicit ExecUt(const char* name);
   virtual ~ExecUt();
@@ -84,37 +73,16 @@ class ExecUt {
 
   // Reports the failure and throws the report text; never returns.
   [[noreturn]] void throw_error(int line, const char* file);
-  // As throw_error, but records the stack and ends with exit(1).
-  [[noreturn]] void fatal(int line, const char* file);
   // Counts and prints a reported line; the run goes on.
   void ERROR(const char* text);
-  void set_errno(int code, int line, const char* file);
   const char* err_name(int code);
-  virtual void stop(int rc);
-  [[noreturn]] void stop_with(int code);
-
-  void LB_(const char* name, const char* file, int line);
-  void LE_(int line);
 
   void show_str(const char* name, const char* text);
   void show_int(const char* name, long value);
   void show_x(const char* text);
   void show_ptr(const char* name, const void* p);
-  void show_float(const char* name, double value);
   void show_mem(const char* name, const void* start, int length);
-  void show_obj(const char* name, standard& obj);
   void trace_text(const char* text);
-  void trace_from(FILE* stream, char mode);
-  void stack_dump();
-
-  // Heap bookkeeping of instrumented builds.
-  void add_sto(const void* ptr, int line, const char* file);
-  void rem_sto(const void* ptr);
-  void show_heap(const char* file, int line);
-  void check_heap(bool report);
-
-  // Name of a trace file: trace_base + extension (".err", ".sto", ".ste").
-  const char* trace_file_name(char* out, const char* extension);
 
   // Appends formatted text to the message (bounded by the buffer).
   void add(const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -132,43 +100,16 @@ class ExecUt {
   char* msg;
   char app[6];
   int errors = 0;
-  FILE* mirror_file;
   FILE* trace_file;
   int trace_on = 0;
-  int mirror_on = 0;
-  int dumping = 0;
-  char trace_base[600];
-  char trace_name[600];
-  int stopped = 1;
+  char trace_base[600];  // folder and name stem of trace files
   int no_exut = 1;
-  int saved_errno = 0;
-  int last_err = 0;
-  unsigned at = maxdepth;
-  unsigned deepest = maxdepth;
-  int exit_clean = 1;
-  int show_at = 2147483647;
-  long next_xtrace = 100, xtrace_step = 100;
-  Entry stack[maxdepth + 2];
 
  private:
-  void ring_put(const char* text);
   void no_exut_exit(int line, const char* file);
   char header[12 + msg_size + 64];
   char show_buf[6400];
-  char ring[ring_size];
-  char* ring_at;
   char unknown_code[64];
-  struct HeapItem {
-    const void* ptr;
-    int line;
-    const char* file;
-  };
-  struct HeapBlock {
-    HeapItem items[400];
-    HeapBlock* older;
-  };
-  HeapBlock* heap = nullptr;
-  int heap_i = -1;
 };
 
 extern ExecUt exut;
@@ -178,5 +119,3 @@ bool starts_with(const char* s, const char* prefix);
 bool starts_with_nocase(const char* s, const char* prefix);
 int replace_char(char* s, char from, char to);
 
-// Shorthand for the failure pattern: append a text and raise.
-#define FAIL_AT(file, ...) exut.fail(__LINE__, file, __VA_ARGS__)

@@ -1,7 +1,6 @@
 // Plain file and folder work for `safe_uts` and the built-in commands.
 #include "runtime/file_ops.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <limits.h>
 #include <sys/stat.h>
@@ -12,6 +11,9 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+
+#include "runtime/os_env.h"
+#include "runtime/os_stream.h"
 
 namespace {
 
@@ -30,47 +32,30 @@ int fold_cmp(const char* a, size_t na, const char* b, size_t nb) {
   return na < nb ? -1 : na > nb ? 1 : 0;
 }
 
-bool write_all(int fd, const char* p, size_t n) {
-  while (n > 0) {
-    ssize_t w = ::write(fd, p, n);
-    if (w < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    p += w;
-    n -= (size_t)w;
-  }
-  return true;
-}
-
-std::string real_path(const std::string& p) {
-  char buf[PATH_MAX];
-  if (!::realpath(p.c_str(), buf)) return std::string();
-  return buf;
-}
+std::string real_path(const std::string& p) { return os().realpath(p.c_str()); }
 
 bool copy_tree_in(const std::string& from, const std::string& to, const std::string& skip,
                   std::string* err) {
   bool ok = true;
   struct stat st;
-  if (::stat(from.c_str(), &st) != 0) return false;
+  if (os().stat(from.c_str(), &st) != 0) return false;
   if (!file_ops::make_dirs(to)) {
     if (err) *err += "cannot make folder " + to + "\n";
     return false;
   }
-  ::chmod(to.c_str(), (st.st_mode & 07777) | S_IRWXU);
+  os().chmod(to.c_str(), (st.st_mode & 07777) | S_IRWXU);
   for (const std::string& name : file_ops::list(from)) {
     std::string src = file_ops::join(from, name);
     std::string dst = file_ops::join(to, name);
     struct stat ls;
-    if (::lstat(src.c_str(), &ls) != 0) continue;
+    if (os().lstat(src.c_str(), &ls) != 0) continue;
     if (S_ISLNK(ls.st_mode)) {
       char target[PATH_MAX];
-      ssize_t n = ::readlink(src.c_str(), target, sizeof target - 1);
+      ssize_t n = os().readlink(src.c_str(), target, sizeof target - 1);
       if (n >= 0) {
         target[n] = 0;
         file_ops::remove_tree(dst);
-        if (::symlink(target, dst.c_str()) == 0) continue;
+        if (os().symlink(target, dst.c_str()) == 0) continue;
       }
       if (err) *err += "cannot copy link " + src + "\n";
       ok = false;
@@ -82,7 +67,7 @@ bool copy_tree_in(const std::string& from, const std::string& to, const std::str
       ok = false;
     }
   }
-  ::chmod(to.c_str(), st.st_mode & 07777);
+  os().chmod(to.c_str(), st.st_mode & 07777);
   return ok;
 }
 
@@ -115,29 +100,22 @@ bool file_ops::line_less(const std::string& a, const std::string& b) {
 
 bool file_ops::is_dir(const std::string& p) {
   struct stat st;
-  return ::stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+  return os().stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
 }
 
 bool file_ops::is_file(const std::string& p) {
   struct stat st;
-  return ::stat(p.c_str(), &st) == 0 && !S_ISDIR(st.st_mode);
+  return os().stat(p.c_str(), &st) == 0 && !S_ISDIR(st.st_mode);
 }
 
 bool file_ops::exists(const std::string& p) {
   struct stat st;
-  return ::lstat(p.c_str(), &st) == 0;
+  return os().lstat(p.c_str(), &st) == 0;
 }
 
 std::vector<std::string> file_ops::list(const std::string& dir) {
   std::vector<std::string> names;
-  DIR* d = ::opendir(dir.empty() ? "." : dir.c_str());
-  if (!d) return names;
-  while (struct dirent* e = ::readdir(d)) {
-    const char* n = e->d_name;
-    if (n[0] == '.' && (n[1] == 0 || (n[1] == '.' && n[2] == 0))) continue;
-    names.emplace_back(n);
-  }
-  ::closedir(d);
+  if (os().list(dir.empty() ? "." : dir.c_str(), &names) != 0) names.clear();
   std::sort(names.begin(), names.end(), name_less);
   return names;
 }
@@ -148,7 +126,7 @@ void file_ops::walk(const std::string& dir,
   for (const std::string& name : list(dir)) {
     std::string p = join(dir, name);
     struct stat ls;
-    if (::lstat(p.c_str(), &ls) != 0) continue;
+    if (os().lstat(p.c_str(), &ls) != 0) continue;
     bool d = S_ISDIR(ls.st_mode);
     if (S_ISLNK(ls.st_mode)) d = is_dir(p);
     visit(p, d);
@@ -231,58 +209,51 @@ std::vector<std::string> file_ops::glob(const std::string& pattern) {
 }
 
 bool file_ops::copy_file(const std::string& from, const std::string& to) {
-  int in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
+  int in = os().open(from.c_str(), O_RDONLY | O_CLOEXEC, 0);
   if (in < 0) return false;
   struct stat st, tst;
-  if (::fstat(in, &st) != 0 || S_ISDIR(st.st_mode)) {
-    ::close(in);
+  if (os().fstat(in, &st) != 0 || S_ISDIR(st.st_mode)) {
+    os().close(in);
     if (S_ISDIR(st.st_mode)) errno = EISDIR;
     return false;
   }
-  if (::stat(to.c_str(), &tst) == 0) {
+  if (os().stat(to.c_str(), &tst) == 0) {
     if (tst.st_dev == st.st_dev && tst.st_ino == st.st_ino) {  // the same file
-      ::close(in);
+      os().close(in);
       return true;
     }
     if (S_ISDIR(tst.st_mode)) {
-      ::close(in);
+      os().close(in);
       errno = EISDIR;
       return false;
     }
   }
-  int out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (out < 0 && errno == EACCES) {  // a read-only target is replaced
-    ::unlink(to.c_str());
-    out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  // The copy is written whole: a failure leaves the old target as it was.
+  // A read-only target is replaced.
+  whole_file target;
+  int out = target.open(to, false);
+  if (out < 0 && errno == EACCES) {
+    os().unlink(to.c_str());
+    out = target.open(to, false);
   }
   if (out < 0) {
     int e = errno;
-    ::close(in);
+    os().close(in);
     errno = e;
     return false;
   }
-  static char buf[65536];
-  bool ok = true;
-  while (true) {
-    ssize_t n = ::read(in, buf, sizeof buf);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) {
-      ok = n == 0;
-      break;
-    }
-    if (!write_all(out, buf, (size_t)n)) {
-      ok = false;
-      break;
-    }
+  bool ok = copy_all(in, out);
+  int e = ok ? 0 : (errno ? errno : EIO);
+  os().close(in);
+  if (ok) {
+    os().fchmod(out, st.st_mode & 07777);
+    struct timespec times[2] = {st.st_atim, st.st_mtim};
+    os().set_times(out, times);
   }
-  int e = errno;
-  ::fchmod(out, st.st_mode & 07777);
-  struct timespec times[2] = {st.st_atim, st.st_mtim};
-  ::futimens(out, times);
-  if (::close(out) != 0) ok = false;
-  ::close(in);
-  if (!ok) errno = e ? e : EIO;
-  return ok;
+  int f = target.finish(ok);
+  if (!e) e = f;
+  if (e) errno = e;
+  return !e;
 }
 
 bool file_ops::copy_tree(const std::string& from, const std::string& to, std::string* err) {
@@ -295,12 +266,12 @@ bool file_ops::copy_tree(const std::string& from, const std::string& to, std::st
 
 bool file_ops::remove_tree(const std::string& p) {
   struct stat st;
-  if (::lstat(p.c_str(), &st) != 0) return errno == ENOENT || errno == ENOTDIR;
-  if (!S_ISDIR(st.st_mode)) return ::unlink(p.c_str()) == 0;
-  if ((st.st_mode & S_IRWXU) != S_IRWXU) ::chmod(p.c_str(), st.st_mode | S_IRWXU);
+  if (os().lstat(p.c_str(), &st) != 0) return errno == ENOENT || errno == ENOTDIR;
+  if (!S_ISDIR(st.st_mode)) return os().unlink(p.c_str()) == 0;
+  if ((st.st_mode & S_IRWXU) != S_IRWXU) os().chmod(p.c_str(), st.st_mode | S_IRWXU);
   bool ok = true;
   for (const std::string& name : list(p)) ok = remove_tree(join(p, name)) && ok;
-  return ::rmdir(p.c_str()) == 0 && ok;
+  return os().rmdir(p.c_str()) == 0 && ok;
 }
 
 bool file_ops::make_dirs(const std::string& p) {
@@ -308,7 +279,7 @@ bool file_ops::make_dirs(const std::string& p) {
   for (size_t i = 1; i <= p.size(); i++) {
     if (i < p.size() && p[i] != '/') continue;
     std::string part = p.substr(0, i);
-    if (::mkdir(part.c_str(), 0777) != 0 && errno != EEXIST) return false;
+    if (os().mkdir(part.c_str(), 0777) != 0 && errno != EEXIST) return false;
   }
   if (!is_dir(p)) {
     errno = ENOTDIR;

@@ -12,7 +12,7 @@
 //     the file ends before;
 //   - every line read from a file ends in "\n" (one is added at the end of
 //     a file that lacks it).
-// Files are read in text mode: CR LF becomes LF (a lone CR stays) and byte
+// Files are read in text mode (runtime/text_mode.h): CR LF becomes LF (a lone CR stays) and byte
 // 26 ends the text.  The block is allocated at the first open and reused.
 #pragma once
 
@@ -21,6 +21,7 @@
 #include <memory>
 
 #include "runtime/standard.h"
+#include "runtime/text_mode.h"
 
 class str_set;
 struct str_el;
@@ -47,9 +48,6 @@ class rBuffer : public standard {
   // ------------------------------------------------------------ opening
   void open_file(const char* name, const char* prefix = "");
   void scan_text(const char* text, int n, const char* prefix = "");
-  void reopen(const char* old, const char* name, const char* prefix, FILE** out,
-              const char* out_name);
-  void rewind();
   void stop();
 
   // ------------------------------------------------------------- window
@@ -58,13 +56,7 @@ class rBuffer : public standard {
   char* advance(FILE* out);
   bool more(int n);
   bool not_at_end();
-  void write_to(const char* p, FILE* out);
-  char* skip_set(int n, const char* set);
-  int before_a(const char* set);
   long copy_rest(FILE* out);
-  long write_and_rest(const char* text, char* p, FILE* out);
-  int compact(int from);
-  int has_NULL();
   void syntax_error(const char* name, const char* p, const char* q);
   void syntax_error(const char* name, const char* p) { syntax_error(name, p, p); }
   void trace(const char* name, FILE* stream) override;
@@ -81,7 +73,6 @@ class rBuffer : public standard {
 
   // -------------------------------------------------------- conversions
   void convert(const char* name, int from);
-  void mae_in_window();
 
   // Fields, in the order of the data model.
   int find_count = 0;
@@ -104,7 +95,6 @@ class rBuffer : public standard {
   int guard_pos = INT_MIN;
   int guard_count = 0;
   int capacity = 367872;
-  int corrPos = 0;
   const char* eof_text = " \n EOF = {[(.)]}/\\-_' \" ";
   struct include_record {
     int n = 0;
@@ -138,9 +128,7 @@ class rBuffer : public standard {
   void close_file();
   int read_block(char* dst, int want);
   void eof_test();
-  void not_a_file_exit();
   void open_fail(const char* name);
-  void seek_start(long pos);
   void copy_rest_aside();
   int convert_text(const char* name, const char* in, int n, char* out, int room);
   void mae_text(int from);
@@ -148,11 +136,11 @@ class rBuffer : public standard {
   void slide();
   int raw_read(char* buf, int n);
   int locate(int from, const char* str, int len);
+  void to_candidate(str_el* const* first_at, int sentinel, FILE* out);
   void include_step(const char* key, FILE* out, const char* conv_name, include_record& list);
 
-  // State of the text-mode reader.
-  char carry_ = 0;        // one byte read from the file but not yet delivered
-  bool has_carry_ = false;
+  // The text-mode reader of the open file.
+  text_reader reader_{[this](char* buf, size_t n) { return (long)raw_read(buf, (int)n); }};
   bool src_eof_ = false;  // the file has nothing more to give
   bool delete_at_eof_ = false;
   bool any_text_ = false;  // something was read since the open

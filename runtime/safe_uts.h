@@ -1,8 +1,10 @@
 // The toolbox of the system: text operations on NUL-terminated character
 // arrays, and every file, folder, environment, clock and process access.
-// No other class calls fopen, stat, system, getenv or time directly: all of
-// it goes through the one object `safe_ut`, so a failure is reported once,
-// with the current folder and the words of the system.
+// No other class of the program touches the system: all of it goes through
+// the one object `safe_ut`, so a failure is reported once, with the current
+// folder and the words of the system.  The toolbox itself reaches the system
+// only through `os()` (runtime/os_env.h), and the streams it hands out write
+// through it too (runtime/os_stream.h).
 #pragma once
 
 #include <cstdarg>
@@ -32,10 +34,6 @@ class safe_uts {
   static bool is_letter(int c);
   static bool is_alnum(int c);
   static bool is_name_char(int c);
-  static bool is_name_char_or(int c, const char* extra);
-  static bool is_key_char(int c);
-  static bool is_quote(int c);
-  static bool in_range(int c, int low, int high);
 
   // ------------------------------------------------------ search, compare
   const char* char_in(int c, const char* s);
@@ -48,33 +46,20 @@ class safe_uts {
   const char* str_in_to(const char* needle, const char* hay, int stop);
   bool same_prefix(const char* a, const char* b);
   int common_prefix_len(const char* a, const char* b);
-  int common_prefix_len_a(const char* a, const char* b);  // stops only at end of a
   int longest_substring_from_start(const char* a, const char* b);
   int longest_common_substring(const char* a, const char* b);
   bool ends_with(const char* s, const char* tail);
-  const char* last_char_pos(const char* s, int c);
   const char* last_str_pos(const char* s, const char* t);
   const char* behind_last(const char* s, const char* t);
   const char* file_part(const char* s);
-  bool all_name_chars(const char* s);
-  bool all_name_or_blank(const char* s);
   int count_char(const char* s, int c, int stop);
-  int cmp_back(const char* a, const char* b, int n);
   bool selected(const char* sel, const char* s);
   int words_in(const char* s, const char* t, bool caps_only);
 
   // --------------------------------------------------- changing in place
   static int to_upper_char(int c);
   static int to_lower_char(int c);
-  void to_upper(char* s);
-  void to_lower(char* s);
-  void to_upper_n(char* s, int n);
-  void to_lower_n(char* s, int n);
-  char* copy_upper(char* out, const char* s);
-  char* copy_lower(char* out, const char* s);
   void cut_tail(char* s, int c);
-  void cut_tail_keep1(char* s, int c);
-  int replace_char_any(int c1, int c2, char* s);
   void one_blank(char* s);
   char* cut_at(char* s, const char* t);
   int copy_up_to(char* out, const char* s, const char* t, bool keep);
@@ -82,7 +67,6 @@ class safe_uts {
                     char* out_end);
   char* put_before(char* c, const char* s);
   int replace_in_file(const char* file, const char* str1, const char* str2);
-  void keep_between(const char* file, const char* str1, const char* str2, const char* out);
   void java_name(char* s);
   void camel_name(char* out, const char* s);
   static unsigned scan_hash(const char* s, const char* stop);
@@ -95,52 +79,27 @@ class safe_uts {
   static unsigned digits_value(const char* s);
   double parse_decimal(const char* s, int sep);
   double parse_float(const char* s);
-  static void max_into(int* p, int v) { if (v > *p) *p = v; }
-  static void min_into(int* p, int v) { if (v < *p) *p = v; }
-  static double fabs_(double x) { return x < 0 ? -x : x; }
-  static double max_float(double a, double b) { return a > b ? a : b; }
-  static int max_int(int a, int b) { return a > b ? a : b; }
 
   // --------------------------------------------------------------- output
   int Sprintf(char* out, const char* format, ...) __attribute__((format(printf, 3, 4)));
   char* put(char* out, const char* format, long value);
-  char* put_text(char* out, const char* s);
 
   // --------------------------------------------------------------- syntax
   bool in_set(int c, const char* set, const char* at);
   bool same_text(const char* s, const char* t);
   void expected(int line, const char* file, const char* at, const char* text);
   int check_len(int min, int max, const char* s, const char* file, int line);
-  void check_size(char* s, int n, const char* file, int line);
-
-  // ----------------------------------------------------- pointer scanners
-  static void to_char(char** p, int c);
-  static int to_set(char** p, const char* set);
-  static void to_char_trim(char** p, int c);
-  static void to_char_blank(char** p, int c, int b);
-  static void skip_fields(char** p, int offset, int n);
-  static void to_end_of_line_trim(const char* start, char** p, int c);
 
   // -------------------------------------------- C-family source skipping
   void skip_comment(char** s);
   void skip_blank_comments(char** p);
   static bool odd_backslashes(const char* p);
-  static int odd_backslashes_from(const char* p, const char* first_non_backslash);
   void skip_string(char** p, const char* end);
   void skip_char_literal(char** p, const char* end);
-  void skip_strict_string(char** p, const char* end);
   void skip_brackets(char** p, int open, int close);
-  void skip_brackets_to(char** p, int open, int close, const char* end);
-  void skip_cout(char** s, const char* end);
-  int next_word_end(char** p, const char* set);
 
   // --------------------------------------------------------------- showing
   void show_text(const char* name, const char* p, int n);
-  void otpos(int line, const char* text);
-  void show_around(const char* name, const char* start, const char* p, int n);
-  void ascii_diff(const char* a, const char* s1, const char* b, const char* s2, int n);
-  void az_bar(FILE* f, const char* key, const char* prefix, bool small = false);
-  void az_anchors(FILE* f, int from, int to, const char* key);
 
   // ---------------------------------------------------------- date, time
   // The one clock: SOURCE_DATE_EPOCH when set (dates then in UTC), else time().
@@ -174,10 +133,8 @@ class safe_uts {
   char ok_is_a(const char* name);
   bool exists(const char* name);
   long ok_file_len(const char* name);
-  long ok_file_Surr(const char* name);
   time_t file_time(const char* name);
   long file_size(const char* name);
-  int can_write(const char* name);
   // The real spelling of a user-named file: the exact name, else a unique
   // case-insensitive match in its folder, else the name as given.
   std::string real_name(const char* name);
@@ -231,6 +188,8 @@ class safe_uts {
   std::vector<std::string> list_dir(const char* dir);
   static bool name_less(const std::string& a, const std::string& b);
   std::string cwd();
+  // Changes the working folder for good; a change for a while goes through
+  // `folder_guard`.
   void change_dir(const char* dir);
 
   // ------------------------------------------------------ temporary names
@@ -247,7 +206,6 @@ class safe_uts {
   void attrib_r(const char* dir, const char* comm);
   bool tasks_with(const char* name);
   void kill_windows(const char* a, const char* titles);
-  void win_close(const char* title);
   void taskkill(const char* name);
   bool notepad_if(long min, const char* name);
   void message_box(const char* text);
@@ -293,17 +251,20 @@ class safe_uts {
   // ---- end of the addition -------------------------------------------------
 
   // State.
-  char umlauts[8];
   int openfiles = 0;
   int maxopenfiles = maxopenfiles_default;
   unsigned next_nr = 0;
-  int show_count = 0, show_first = 0;
-  int otpos_count = 0, otpos_first = 0;
+  int show_count = 0;
   std::string last_out;
   unsigned random_seed = 1;
   static const char* const ACL_hint;
 
  private:
+  // Steps of `system`.
+  std::string new_capture();
+  int quick_command(const char* comm);
+  void echo_errors(const std::string& capture, bool ask);
+
   std::string tmp_base;
   std::vector<std::string> tmps;
   unsigned xnul_count = 0;
@@ -313,6 +274,32 @@ class safe_uts {
 };
 
 extern safe_uts safe_ut;
+
+// The working folder changed for a while.  The guard remembers the folder
+// it was made in; `enter` goes into another, `back` returns.  When a failure
+// passes through before `back`, the destructor returns silently, so that no
+// caller further up finds itself in a folder it never chose.
+class folder_guard {
+ public:
+  folder_guard();
+  ~folder_guard();
+  folder_guard(const folder_guard&) = delete;
+  folder_guard& operator=(const folder_guard&) = delete;
+
+  // Goes into `dir`.  A failure is reported as change_dir reports it, or,
+  // with `who`, showing `who` and "cannot change to".
+  void enter(const char* dir, const char* who = nullptr);
+  // Returns to the folder of before.  A failure is reported as change_dir
+  // reports it, or, with `who`, showing `who` and "cannot change back to".
+  void back(const char* who = nullptr);
+  // Returns without a report; false when the folder could not be entered.
+  bool back_quietly();
+  const std::string& before() const { return before_; }
+
+ private:
+  std::string before_;
+  bool away_ = false;
+};
 
 // The shared command buffer into which commands are formatted.
 extern char comm_buf[8000];

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <string>
 
+#include "runtime/os_env.h"
 #include "runtime/safe_uts.h"
 
 void safe_uts::link_to(const char* target, const char* link) {
@@ -24,13 +25,13 @@ void safe_uts::link_to(const char* target, const char* link) {
   size_t slash = l.rfind('/');
   std::string seen = t[0] == '/' || slash == std::string::npos ? t : l.substr(0, slash + 1) + t;
   struct stat a, b;
-  if (::stat(l.c_str(), &a) == 0 && ::stat(seen.c_str(), &b) == 0 && a.st_ino == b.st_ino &&
+  if (os().stat(l.c_str(), &a) == 0 && os().stat(seen.c_str(), &b) == 0 && a.st_ino == b.st_ino &&
       a.st_dev == b.st_dev) {
     errno = e0;
     return;
   }
-  ::unlink(l.c_str());
-  if (::symlink(t.c_str(), l.c_str()) != 0) {
+  os().unlink(l.c_str());
+  if (os().symlink(t.c_str(), l.c_str()) != 0) {
     int e = errno;
     exut.show_int("errno", e);
     exut.fail(__LINE__, "safe_uts_link", "System: cannot link %s --> %s\ncurrDir = %s\n", link, target,

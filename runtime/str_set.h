@@ -162,6 +162,5 @@ class str_set : public standard {
   void free_element(str_el* el);
   void clear_marks();
   void put_res(str_res& res, str_el* el, bool deep_walk);
-  void walk_deep(str_res& res, str_el* el, int i);
   str_el* pc_element(long number, const char* name, bool create);
 };

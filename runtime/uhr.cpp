@@ -6,15 +6,14 @@
 #include <ctime>
 
 #include "runtime/exec_ut.h"
+#include "runtime/os_env.h"
 #include "runtime/safe_uts.h"
 
 namespace {
 // Seconds as the one clock gives them; under a fixed clock every duration is 0.
 double seconds_now() {
   if (safe_uts::fixed_clock()) return (double)safe_uts::now();
-  struct timespec ts;
-  clock_gettime(CLOCK_MONOTONIC, &ts);
-  return ts.tv_sec + ts.tv_nsec / 1e9;
+  return os().steady_seconds();
 }
 }  // namespace
 

@@ -15,6 +15,7 @@
 #include <string>
 
 #include "runtime/exec_ut.h"
+#include "runtime/run_end.h"
 
 namespace testutil {
 
@@ -32,6 +33,22 @@ inline std::string failure_of(const std::function<void()>& fn) {
   exut.reset_after_failure();
   EXPECT_TRUE(thrown) << "no failure: " << out;
   return out;
+}
+
+// Runs `fn`, which must end the run as the program's entry sees it (a
+// `run_end`); returns the exit status, and what was printed in `out`.
+inline int end_status_of(const std::function<void()>& fn, std::string* out = nullptr) {
+  testing::internal::CaptureStdout();
+  int status = -1;
+  try {
+    fn();
+  } catch (const run_end& end) {
+    status = end.status;
+  }
+  std::string text = testing::internal::GetCapturedStdout();
+  EXPECT_NE(status, -1) << "the run did not end: " << text;
+  if (out) *out = text;
+  return status;
 }
 
 // Makes a fresh folder, changes into it, and on destruction changes back and

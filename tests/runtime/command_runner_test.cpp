@@ -11,6 +11,7 @@
 
 #include "runtime/command_line.h"
 #include "runtime/file_ops.h"
+#include "runtime/run_end.h"
 #include "runtime/safe_uts.h"
 #include "tests/test_util.h"
 
@@ -57,9 +58,14 @@ std::pair<int, std::string> in_child(const std::function<void()>& f) {
   if (pid == 0) {
     dup2(fd, 1);
     dup2(fd, 2);
-    f();
+    int status = 99;
+    try {  // as the program's entry does
+      f();
+    } catch (const run_end& end) {
+      status = end.status;
+    }
     fflush(stdout);
-    _exit(99);
+    _exit(status);
   }
   close(fd);
   int st = 0;

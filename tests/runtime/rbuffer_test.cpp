@@ -119,7 +119,7 @@ TEST(RBufferRead, ScratchFileIsDeletedAtItsEnd) {
 
 TEST(RBufferRead, MissingFileEndsTheRun) {
   TempDir d;
-  EXPECT_EXIT(rBuffer("no_such_file", ""), testing::ExitedWithCode(1), "");
+  EXPECT_EQ(testutil::end_status_of([] { rBuffer("no_such_file", ""); }), 1);
 }
 
 TEST(RBufferRead, WritingTheFileThatIsRead) {
