@@ -55,7 +55,7 @@ const char* page_end = "\n</body></html>\n";
 // or one folder below it (ups 1).
 static void derived_head(ut_htm& ut, FILE* f, const char* name, int ups) {
   ut.HeaderMenu(f, ups ? 1 : -1, 0, name, "");
-  ut.ourMenu(name, "", f, 3, nullptr, nullptr, ups);
+  ut.ourMenu(__LINE__, "derived_head", f, 3, nullptr, nullptr, ups);
 }
 
 int ut_htm::change_report(Btree& profOld, const char* current, const char* older) {

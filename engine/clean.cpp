@@ -178,9 +178,9 @@ void enter_hidden_headings(str_set& set, std::string sel) {
 
 }  // namespace
 
-ut_htm::ut_htm(web_model& w) : web(w) {}
-ut_htm::ut_htm() : own_web_(std::make_unique<web_model>()), web(*own_web_) {}
-ut_htm::~ut_htm() {}
+ut_htm::ut_htm(web_model& w) : web(w) { init_sections(); }
+ut_htm::ut_htm() : own_web_(std::make_unique<web_model>()), web(*own_web_) { init_sections(); }
+ut_htm::~ut_htm() { drop_sections(); }
 
 void ut_htm::make_sets() {
   if (body_set_) return;
@@ -383,7 +383,7 @@ void ut_htm::spans_pass(const char* file, str_set& stops) {
     if (rb.find(0, *body_set_, nullptr)) {
       body = true;
       rb.a = tag_end(rb, rb.a, "> of <body") + 1;
-      put(out.f, page_head);
+      put(out.f, ::page_head);
       while (rb.find(0, "<span", out.f)) span_tag(rb, out.f);
     }
   }

@@ -132,7 +132,7 @@ void ut_htm::open_glossPages(int skip) {
     std::string name = std::string(dir) + "glossar" + std::to_string(k) + ".htm";
     FILE* f = safe_ut.create(name.c_str());
     HeaderMenu(f, -1, 0, "Glossary", "");
-    ourMenu("Glossary", name.c_str(), f, 3, nullptr, nullptr, 0);
+    ourMenu(__LINE__, "open_glossPages", f, 3, nullptr, nullptr, 0);
     fprintf(f,
             "\n<p class=1 align=center><font size=5><b>\nGlossary Page %i</b></font></p><br/>"
             "\n<p class=1 align=center><font size=1>\n<a href=glossar%i.htm>Next Page</a>"

@@ -158,11 +158,31 @@ unsigned ut_htm::page_size_line(FILE* profile, const char* pageFile) {
     }
     rb.a = rb.s = rb.e;
   }
-  while (!title.empty() && isspace((unsigned char)title.back())) title.pop_back();
-  size_t b = title.find_first_not_of(" \t");
-  title = b == std::string::npos ? "" : title.substr(b);
+  title = section_line(title);
   fprintf(profile, "\n- %u,%s", size, title.c_str());
   return size;
+}
+
+std::string ut_htm::section_line(const std::string& heading) {
+  std::string line;
+  bool in_tag = false;
+  for (char c : heading) {
+    if (in_tag) {
+      in_tag = c != '>';
+    } else if (c == '<') {
+      in_tag = true;
+    } else if (c != '\n' && c != '\r' && c) {
+      line += c;
+    }
+  }
+  size_t b = line.find_first_not_of(" \t");
+  if (b == std::string::npos) return "";
+  size_t e = line.find_last_not_of(" \t");
+  return line.substr(b, e - b + 1);
+}
+
+std::string ut_htm::section_key(const std::string& doc, const std::string& line) {
+  return without_160(doc + "|" + line);
 }
 
 int ut_htm::read_profile(Btree& allLines, Btree& docLines, const char* file, int flag) {
@@ -185,7 +205,7 @@ int ut_htm::read_profile(Btree& allLines, Btree& docLines, const char* file, int
         long w = std::min<long>((long)(size / chars_per_w), max_bar);
         tree_put(web.profOld, date + ":" + doc, std::string((size_t)w, 'w'));
       } else {
-        std::string key = order_key(nr, flag, without_160(doc + "|" + text));
+        std::string key = order_key(nr, flag, section_key(doc, text));
         tree_put(allLines, key, date + ":" + std::to_string(size) + "," + text);
       }
     }

@@ -13,8 +13,11 @@
 //   engine/change_log.cpp   change reports and the document lists
 //   engine/index.cpp        entries of the concept index
 //   engine/topics.cpp       titles into the index, topics and "profs/search"
-//   engine/sections.cpp, toc.cpp, hotspots.cpp, menus.cpp: the stages
-//   still to come.
+//   engine/sections.cpp     section pages: preparation, class table, scan
+//   engine/section_*.cpp    the cut's marks, headings, closing a document
+//   engine/toc.cpp          tables of contents
+//   engine/menus.cpp, styles.cpp  page menus, heads and style sheets
+//   engine/hotspots.cpp: the web pass, still to come.
 // The document utilities and the link checker are in the base class
 // (engine/ut_htmst.h).
 //
@@ -30,6 +33,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "engine/ut_htmst.h"
 #include "engine/web_model.h"
@@ -37,6 +41,7 @@
 class rBuffer;
 class str_set;
 struct str_el;
+class doc_splitter;
 
 class ut_htm : public ut_htmst {
   // Set only when the engine was made without a model; declared ahead of
@@ -123,6 +128,13 @@ class ut_htm : public ut_htmst {
   void profile_doc_line(FILE* profile, int firstPage, const char* title, const char* source);
   unsigned page_size_line(FILE* profile, const char* pageFile);
   void profile_doc_end(FILE* profile, unsigned long total);
+  // The section line of a heading's text: tags left out, line breaks
+  // closed up, outer blanks trimmed.  The profile writes it; the cut keys
+  // its sections by it.
+  static std::string section_line(const std::string& heading);
+  // The key of a section in docsecs, typedSecs and a read profile:
+  // "<doc title>|<section line>", without the character 160.
+  static std::string section_key(const std::string& doc, const std::string& line);
   // Reads the profile `file` (its last ten characters name its date) into
   // `allLines` (sections: "<doc>|<title>" -> "<date>:<size>,<title>") and
   // `docLines` ("<doc>" -> "<date>:<total>"); with `flag` every key is
@@ -159,10 +171,6 @@ class ut_htm : public ut_htmst {
   // Closes "xs/profs/search"; again callable.
   void close_search();
 
-  // Menus of the derived pages (written with the section pages).
-  void HeaderMenu(FILE* out, int head, int page, const char* title, const char* version);
-  void ourMenu(const char* line, const char* file, FILE* out, int kind, const char* name,
-               const char* anchor, int ups);
   // ---- end of the derived pages
 
   // Element number of the hidden headings in the stop set of pass two.
@@ -171,12 +179,92 @@ class ut_htm : public ut_htmst {
   // The model of the web being built.
   web_model& web;
 
+
+  // ---- section pages (engine/sections.cpp, section_*.cpp) -------------
+  static constexpr int max_pages = 2000;      // section pages of a web
+  static constexpr int max_classes = 400;     // paragraph classes of a document
+  static constexpr int max_footnotes = 400;   // footnotes of a document
+
+  // Cuts the marked work file `neuFile` of document `docNr` into the
+  // section pages <root>/<docNr>/<page>.htm.  `page` is the page counter of
+  // the web: read, raised by the pages written and by the closing redirect
+  // page.  `run` is 1 or 2; `rootFile` the open "xs/root.bat" of link
+  // creation (or null; the cut writes nothing to it); `profile` the open
+  // web profile (or null).  `rec` gives kind, path, file name and pictures
+  // expected; its first page is set.  The title tree and the list slots
+  // are the web model's.  Returns the number of pages written.
+  int split_doc(int run, const char* neuFile, const char* root, int& page, FILE* rootFile,
+                int docNr, const char* title, FILE* profile, doc_record& rec);
+  // Links the ERD page and the SQL page of the web to each other.
+  void cross_link();
+  // Writes a line of links into the code web for the names of `title`
+  // that the tree `to_code` knows; nothing when it is empty.
+  void code_links(FILE* out, const char* title);
+  // Prints the references that stayed open; returns their count.
+  int close_check();
+
+  // Page arrays, indexed by page (see max_pages).
+  std::vector<int> page_doc, page_first, page_level;
+  int e_nr = 0;      // anchor counter of the cut, never reset
+  int max_page = 0;  // the page counter after the last document
+  // Trees that the cut fills for the later passes (keys and data as the
+  // engine's table of trees gives them).
+  // (docsecs, typedSecs, docDates and picNames are the web model's.)
+  Btree defs, semis, semiKeys, specs, docClasses, missRefs, to_code;
+  std::string ourERD, ourSQL;  // "<docNr>/<page>.htm~<file>" of the ERD and SQL pages
+  FILE* to_docu = nullptr;     // xs/index/to_docu while documents are cut
+  int unknown_semis = 0, open_refs = 0;  // content problems counted
+
+  // ---- tables of contents (engine/toc.cpp) -----------------------------
+  // The table of a document's sections from `ourToc`, on its head page.
+  // `width` below 1: its absolute value, and no menu.
+  void our_Toc(FILE* out, int width, int pictures, int docNr, int firstPage,
+               const std::vector<std::string>& semiTitles, Btree& localNames, Btree& ourToc);
+  // The list of pictures of the document, once per document.
+  void our_AbbVz(FILE* out, Btree& localNames, int& calls);
+  // The deep table that replaces "<deepToc K>" on a page with sub-pages.
+  void deep_table(FILE* out, Btree& ourToc, const char* K);
+  // A "#_Name" reference resolved by the lines of "tmp_toc": "<page>.htm".
+  bool find_tocTarget(const char* ref, const char* linkText, std::string& result);
+  // The capitalised words of a section title as index lines.
+  void title_words(const char* title, const char* target);
+  // Rebuilds the head page of a document of at most one section page from
+  // its printable source.
+  void print_page(int page, const char* printFile, int docNr);
+
+  // ---- page menus and headers (engine/menus.cpp) -----------------------
+  // `head` 0: no head; above 0 with "../" to the root; below 0 without.
+  // `page` 0: no navigation; negative: the "ALL" form.
+  void HeaderMenu(FILE* out, int head, int page, const char* title, const char* version);
+  void ourMenu(int line, const char* file, FILE* out, int kind, const char* name,
+               const char* anchor, int ups);
+  void page_head(FILE* out, const std::vector<std::string>& semiTitles);
+  // Returns the open file when `keepOpen`, else null.
+  FILE* fixed_page(bool keepOpen, int ups, const char* file, const char* title,
+                   const char* subtitle);
+  static int page_rank(const char* name);
+  // The navigation line behind a page; `lastOfDoc` adds the end line.
+  void bottom_line(FILE* out, int page, bool lastOfDoc);
+  // The fixed style sheet of the section pages.
+  static void fixed_css(FILE* out);
+  // Reduces the rules that the cut wrote to `css` and appends the fixed sheet.
+  void reduce_css(const char* css);
+  // Writes the code pages' sheet `file` (only "xs/j2h.css" or a "j2h.css"
+  // of a folder) when it is missing.
+  static void j2h_css(const char* file);
+  // A web of one document: navigation without the portal and lists.
+  bool one_doc_web() const;
+
+
   // State that spans paragraphs.
   bool bold = false;      // inside <b> ... </b>: a "$" gets "<$>" before it
   int empties = 2;        // blank paragraphs still allowed in a row
   int paras_in_cell = 0;  // paragraphs since the last table cell
 
  private:
+  friend class doc_splitter;
+  void init_sections();  // engine/sections.cpp
+  void drop_sections();
   // engine/clean.cpp
   void spans_pass(const char* file, str_set& stops);
   void span_tag(rBuffer& rb, FILE* out);

@@ -15,6 +15,7 @@ web_model::web_model() : comms(1) {
   prepare_tree(targets, "targets");
   prepare_tree(engine_keys, "engine_keys");
   prepare_tree(remarks, "remarks");
+  prepare_tree(picNames, "picNames");
   prepare_tree(glossTerms, "glossTerms");
   prepare_tree(allIndex, "allIndex");
   prepare_tree(docDates, "docDates");
@@ -30,7 +31,7 @@ web_model::web_model() : comms(1) {
 
 web_model::~web_model() {
   for (Btree* t : {&internet, &titles, &pic_folders, &links, &card_names, &topic_tree, &targets,
-                   &engine_keys, &remarks, &glossTerms, &allIndex, &docDates, &docsecs,
+                   &engine_keys, &remarks, &picNames, &glossTerms, &allIndex, &docDates, &docsecs,
                    &typedSecs, &secDates, &docNrs, &profOld, &clogDocs, &topicHits})
     empty_tree(*t);
 }

@@ -107,6 +107,7 @@ struct web_model {
   Btree targets;      // the engine's target tree: "D_(<file>)" -> "<n>/<file>"
   Btree engine_keys;  // "*<n>/<title>" -> file, for the engine
   Btree remarks;      // configuration line -> remark put ahead of it
+  Btree picNames;     // picture caption -> "#_pic<n>_<k>"
 
   // The engine's trees that the derived pages read or write.
   Btree glossTerms;  // glossary term -> "<docNr>/<page>#G<n>"

@@ -415,6 +415,15 @@ void rBuffer::syntax_error(const char* name, const char* p, const char* q) {
   printf("%.*s\n\n", (int)(r - q), q);
 }
 
+void rBuffer::write_to(const char* p, FILE* out) {
+  int to = (int)(p - z);
+  if (to > a) {
+    const char* nul = static_cast<const char*>(memchr(z + a, 0, to - a));
+    put(out, a, nul ? (int)(nul - z) : to);
+  }
+  a = to;
+}
+
 void rBuffer::put(FILE* out, int from, int to) {
   if (out && to > from) safe_ut.write_FILE(out, z + from, to - from);
 }

@@ -57,6 +57,10 @@ class rBuffer : public standard {
   bool more(int n);
   bool not_at_end();
   long copy_rest(FILE* out);
+  // Writes the window from `a` up to `p` (a point inside it, at or behind
+  // `a`; a NUL ends the text written) to `out` (null writes nothing), and
+  // sets `a` to `p`.
+  void write_to(const char* p, FILE* out);
   void syntax_error(const char* name, const char* p, const char* q);
   void syntax_error(const char* name, const char* p) { syntax_error(name, p, p); }
   void trace(const char* name, FILE* stream) override;
