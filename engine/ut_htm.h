@@ -86,6 +86,16 @@ class ut_htm : public ut_htmst {
   // undeclared files are left alone.  Returns what was done, for the log.
   static std::string to_windows1252(const char* file);
 
+  // Cuts the marked stream `neuFile` of document `docNr` into section pages
+  // <root>/<docNr>/<page>.htm.  `run` is 1 (only index/to_docu is
+  // collected) or 2; `pageCounter` is the last page written so far and is
+  // raised by the pages made; `rootFile` lists the web's pages, `listSlot`
+  // is the list style of the document, `titles` the title tree, `profile`
+  // the open dated web profile.  Sets doc.firstPage.
+  void split_doc(int run, const char* neuFile, const char* root, int& pageCounter,
+                 FILE* rootFile, const std::string& listSlot, int docNr, const std::string& title,
+                 Btree& titles, FILE* profile, doc_record& doc);
+
   // Element number of the hidden headings in the stop set of pass two.
   static constexpr int hidden_heading = 99;
 

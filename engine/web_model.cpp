@@ -15,12 +15,17 @@ web_model::web_model() : comms(1) {
   prepare_tree(targets, "targets");
   prepare_tree(engine_keys, "engine_keys");
   prepare_tree(remarks, "remarks");
+  prepare_tree(ndocs, "ndocs");
+  prepare_tree(doc_tree, "doc_tree");
+  prepare_tree(picNames, "picNames");
+  prepare_tree(defined, "defined");
+  prepare_tree(docDates, "docDates");
   prefix_set.fill(false);
 }
 
 web_model::~web_model() {
   for (Btree* t : {&internet, &titles, &pic_folders, &links, &card_names, &topic_tree, &targets,
-                   &engine_keys, &remarks})
+                   &engine_keys, &remarks, &ndocs, &doc_tree, &picNames, &defined, &docDates})
     empty_tree(*t);
 }
 
