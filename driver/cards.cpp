@@ -155,7 +155,7 @@ std::string DocDes::doc_Date(char V, const std::string& path) {
   if (safe_ut.ok_is_a(p.c_str()) != 'f')
     exut.fail(__LINE__, SRC, "System: doc_Date: no file %s\n", p.c_str());
   char out[40];
-  safe_ut.file_date(p.c_str(), out, 0);
+  safe_ut.file_date(p.c_str(), out, 1);
   return std::string(out).substr(0, 10);
 }
 

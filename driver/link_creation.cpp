@@ -105,7 +105,7 @@ void DocDes::top_line(int n, FILE* neu, const std::string& publish) {
   comm& r = web.comms[n];
   std::string snap = safe_ut.ok_is_a(publish.c_str()) == 'f' ? publish : r.htm;
   char a[40] = "";
-  if (safe_ut.ok_is_a(snap.c_str()) == 'f') safe_ut.file_date(snap.c_str(), a, 0);
+  if (safe_ut.ok_is_a(snap.c_str()) == 'f') safe_ut.file_date(snap.c_str(), a, 1);
   std::string A = std::string(a).substr(0, 10);
   A.resize(10, ' ');
   std::string B = safe_ut.ok_is_a(publish.c_str()) == 'f' ? doc_Date('p', publish) : A;
@@ -155,6 +155,13 @@ void DocDes::body_pass(int n, const std::string& tmp, FILE* neu) {
   if (!rb.find(0, "<p ", nullptr)) return;
   std::string src = lower(r.src);
   if (r.com != 'h' && (ends_nocase(src, ".rtf") || ends_nocase(src, ".doc"))) {
+    // The text that stands before the first card is no paragraph of the
+    // author's: the first paragraph is the one behind it.
+    if (!strncmp(rb.z + rb.a, "<p ></p>", 8)) {
+      fputs("<p ></p>", neu);
+      rb.a += 8;
+      if (!rb.find(0, "<p", neu)) return;
+    }
     char* close = strstr(rb.z + rb.a, "</p>");
     if (close && close < rb.z + rb.e) {
       std::string t(rb.z + rb.a, close);

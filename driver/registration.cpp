@@ -37,7 +37,7 @@ const char* const j2h_css =
 
 std::string file_date(const std::string& path) {
   char out[40];
-  safe_ut.file_date(path.c_str(), out, 0);
+  safe_ut.file_date(path.c_str(), out, 1);
   return std::string(out).substr(0, 10);
 }
 
