@@ -8,9 +8,10 @@
 //   driver/text_pages.cpp      the configuration and text documents as pages
 //   driver/intake.cpp          sources brought to xs/<n>: paths, closures
 //   driver/snapshot.cpp        the Word snapshot found or made, and cleaned
-//   driver/registration.cpp    documents walked from last to first (to come)
-//   driver/cards.cpp           the named things of each document (to come)
-//   driver/link_creation.cpp   the links of each document (to come)
+//   driver/registration.cpp    documents walked from last to first; link_pages.cpp,
+//                              portal_table.cpp its last steps
+//   driver/cards.cpp           the named things of each document; card_marks.cpp
+//   driver/link_creation.cpp   the links of each document, handed to split_doc
 //   driver/commit.cpp          the web assembled, moved and checked (to come)
 // driver/doc_des.cpp holds what the stages share: construction, the
 // installation, the closing of the run.
