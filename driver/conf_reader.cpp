@@ -128,6 +128,7 @@ int DocDes::reading_outcome() {
     printf("\no k  -  Now call xs to open your web index\n");
     return 0;
   }
+  registration_pass();
   return build_goes_on;
 }
 

@@ -8,9 +8,10 @@
 //   driver/text_pages.cpp      the configuration and text documents as pages
 //   driver/intake.cpp          sources brought to xs/<n>: paths, closures
 //   driver/snapshot.cpp        the Word snapshot found or made, and cleaned
-//   driver/registration.cpp    documents walked from last to first (to come)
-//   driver/cards.cpp           the named things of each document (to come)
-//   driver/link_creation.cpp   the links of each document (to come)
+//   driver/registration.cpp    documents walked from last to first; link_pages.cpp,
+//                              portal_table.cpp its last steps
+//   driver/cards.cpp           the named things of each document; card_marks.cpp
+//   driver/link_creation.cpp   the links of each document, handed to split_doc
 //   driver/commit.cpp          the web assembled, moved and checked (to come)
 // driver/doc_des.cpp holds what the stages share: construction, the
 // installation, the closing of the run.
@@ -20,6 +21,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -71,9 +73,48 @@ class DocDes {
   void tocMark_htm(const char* from, const char* to);
   [[noreturn]] void fetch_pics();
 
+  // -------------------------------------------------------- registration
+  // The build behind the reading: every document's files in xs/<n>, the
+  // versions in ndocs, cards, link creation and the section pages, the link
+  // pages and the portal's document table (driver/registration.cpp).
+  void registration_pass();
+  // Link pages seeAlso, code, reuse, testres; link groups of `Links=`.
+  void create_more_Links();
+  void to_resources(FILE* out);
+  // The portal xs/1/1.htm gets the table of xs/docs_R.htm.
+  void ersetze_1_htm();
+  void BFE_Norm(const std::string& target);
+  // True if `word` stands in `file` with no letter or digit on either side.
+  static bool found_as_inc(const char* file, const char* word);
+
+  // --------------------------------------------------------------- cards
+  // Turns xs's work file "<n>.tm1" into "<n>.tmp", the stream with the
+  // marks of cards, titles, figures and typed names (driver/cards.cpp).
+  void register_cards(int n);
+  // At a heading "<h...": whether it starts a card.
+  static bool split_here(const char* pos);
+  // The anchors of the configured titles of document `nr`.
+  void put_semis(FILE* out, int nr);
+  // "p": the date of the file (extension .doc, .rtf, .sum read as .htm);
+  // "f": a dated name's first ten characters, else ten blanks.
+  static std::string doc_Date(char V, const std::string& path);
+  void add_target(Btree& tree, const std::string& target, const std::string& name);
+  // In `text`, `word` followed by "<", blank or newline becomes a link to
+  // `page`.
+  static std::string also_hot(const std::string& text, const std::string& word,
+                              const std::string& page);
+  static void prune_NL(const char* from, const char* to);
+  static void correct_style(const char* from, const char* to);
+
+  // -------------------------------------------------------- link creation
+  // Prepares document `n` for the section pass and hands it over
+  // (driver/link_creation.cpp).  Mode 1 only collects index/to_docu.
+  void href_creator(int mode, Btree& links, int n, FILE* rootFile, FILE* profileFile);
+
   // ------------------------------------------------------------- tables
   web_model web;  // what the stages share; the engine works on it too
   bool clean = false, check = false;  // modes of this run
+  int card_anchor = 200;  // anchors of cards forced by "[see"
 
   // Tables of one HTML closure (intake), in memory and quiet.
   Btree visited;          // pages of a closure
@@ -137,6 +178,25 @@ class DocDes {
                            std::map<std::string, std::string>* local);
   std::string closure_of(int n, const std::string& src, const std::string& docDir);
 
+  // driver/registration.cpp
+  void read_ndocs();
+  void write_ndocs();
+  void document_files(int i);
+  void record_version(int i);
+  void picture_files(int i);
+  void read_bullets();
+  void code_root_pass(FILE* root, FILE* profile);
+
+  // driver/cards.cpp
+  void first_card_pass(int n, const char* from, const char* to);
+  void second_card_pass(int n, const char* from, const char* to);
+
+  // driver/link_creation.cpp
+  void head_pass(int n, const std::string& tmp, FILE* neu, bool write_head);
+  void top_line(int n, FILE* neu, const std::string& publish);
+  void body_pass(int n, const std::string& tmp, FILE* neu);
+  void style_pass(int n);
+
   // driver/text_pages.cpp
   void escape_file(const char* from, const char* to);
   void enhance_text(const char* from, const char* to);
@@ -151,4 +211,5 @@ class DocDes {
   bool first_prefix = true;
   bool portal_done = false;
   std::string local_dir;  // the build's folder, while a closure runs elsewhere
+  std::set<std::string> used_lists;  // "@list l<n>:level<k>" met in a body
 };

@@ -42,7 +42,7 @@ void doc_splitter::close_doc() {
   ut.page_doc[page] = docNr;
   ut.page_first[page] = firstPage;
   ut.page_level[page] = 0;
-  ut.max_page = page;
+  web.max_page = page;
   printf(" .. %i, %i pictures in docNr = %i", last - firstPage + 1, pictures, docNr);
   contents();
   deep_tables();

@@ -36,6 +36,9 @@ class doc_splitter {
   void class_table();
   void read_class(const std::string& name, const std::string& body, FILE* css);
   void cut(const char* neuFile);
+  void cut_plain(const char* neuFile);
+  static bool holds_body(const char* neuFile);
+  void scan(rBuffer& rb);
   void open_page();
   int at_lt(rBuffer& rb);
   int at_a_tag(rBuffer& rb);

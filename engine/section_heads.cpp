@@ -217,7 +217,7 @@ void doc_splitter::write_heading(const std::string& T, int level) {
   int e = ++ut.e_nr;
   fprintf(out, "<a name=\"e%i\"></a>", e);
   std::string target = std::to_string(docNr) + "/" + std::to_string(page) + ".htm#e" + std::to_string(e);
-  if (ut.to_docu) fprintf(ut.to_docu, "\n~%s~%s~", name.c_str(), target.c_str());
+  if (web.to_docu) fprintf(web.to_docu, "\n~%s~%s~", name.c_str(), target.c_str());
   tree_put(ut.docClasses, name, "D..~" + target + "~~~");
 }
 

@@ -48,7 +48,6 @@ void ut_htm::init_sections() {
 }
 
 void ut_htm::drop_sections() {
-  if (to_docu) safe_ut.close_FILE(&to_docu, SRC, __LINE__);
   for (Btree* t : {&defs, &semis, &semiKeys, &specs, &docClasses, &missRefs, &to_code})
     empty_tree(*t);
 }
@@ -132,7 +131,8 @@ void doc_splitter::prepare(const char* neuFile) {
   }
   firstPage = page + 1;
   rec.firstPage = firstPage;
-  if (profile) ut.profile_doc_line(profile, firstPage, title.c_str(), rec.src.c_str());
+  if (profile && kind != 'a' && kind != 'e')
+    ut.profile_doc_line(profile, firstPage, title.c_str(), rec.src.c_str());
   version = std::to_string(docNr) + "/" + name;
 }
 
@@ -245,6 +245,7 @@ void doc_splitter::open_page() {
 // The scan: the head of the work file up to its body tag is replaced by
 // the page head; then every "<" is looked at.
 void doc_splitter::cut(const char* neuFile) {
+  if (kind == 'a' && !holds_body(neuFile)) return cut_plain(neuFile);
   rBuffer rb(neuFile);
   char* b = rb.find(0, "<body", nullptr);
   if (!b) b = rb.find(0, "<BODY", nullptr);
@@ -260,6 +261,27 @@ void doc_splitter::cut(const char* neuFile) {
   bodyTag.assign((const char*)b, gt + 1);
   typedDoc = find_in(gt, window_end(rb), "<:>_") != nullptr;
   rb.a = (int)(gt + 1 - rb.z);
+  scan(rb);
+}
+
+// A plain-text document gets no page head from link creation: its stream
+// starts with the document line, and its pages take a plain body tag.
+void doc_splitter::cut_plain(const char* neuFile) {
+  rBuffer rb(neuFile);
+  bodyTag = "<body>";
+  typedDoc = find_in(rb.z + rb.a, window_end(rb), "<:>_") != nullptr;
+  scan(rb);
+}
+
+bool doc_splitter::holds_body(const char* neuFile) {
+  for (const char* tag : {"<body", "<BODY"}) {
+    rBuffer rb(neuFile);
+    if (rb.find(0, tag, nullptr)) return true;
+  }
+  return false;
+}
+
+void doc_splitter::scan(rBuffer& rb) {
   page = firstPage;
   open_page();
   int copy = 0;

@@ -206,13 +206,11 @@ class ut_htm : public ut_htmst {
   // Page arrays, indexed by page (see max_pages).
   std::vector<int> page_doc, page_first, page_level;
   int e_nr = 0;      // anchor counter of the cut, never reset
-  int max_page = 0;  // the page counter after the last document
   // Trees that the cut fills for the later passes (keys and data as the
   // engine's table of trees gives them).
   // (docsecs, typedSecs, docDates and picNames are the web model's.)
   Btree defs, semis, semiKeys, specs, docClasses, missRefs, to_code;
   std::string ourERD, ourSQL;  // "<docNr>/<page>.htm~<file>" of the ERD and SQL pages
-  FILE* to_docu = nullptr;     // xs/index/to_docu while documents are cut
   int unknown_semis = 0, open_refs = 0;  // content problems counted
 
   // ---- tables of contents (engine/toc.cpp) -----------------------------

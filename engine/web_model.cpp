@@ -15,7 +15,10 @@ web_model::web_model() : comms(1) {
   prepare_tree(targets, "targets");
   prepare_tree(engine_keys, "engine_keys");
   prepare_tree(remarks, "remarks");
+  prepare_tree(ndocs, "ndocs");
+  prepare_tree(doc_tree, "doc_tree");
   prepare_tree(picNames, "picNames");
+  prepare_tree(defined, "defined");
   prepare_tree(glossTerms, "glossTerms");
   prepare_tree(allIndex, "allIndex");
   prepare_tree(docDates, "docDates");
@@ -31,8 +34,8 @@ web_model::web_model() : comms(1) {
 
 web_model::~web_model() {
   for (Btree* t : {&internet, &titles, &pic_folders, &links, &card_names, &topic_tree, &targets,
-                   &engine_keys, &remarks, &picNames, &glossTerms, &allIndex, &docDates, &docsecs,
-                   &typedSecs, &secDates, &docNrs, &profOld, &clogDocs, &topicHits})
+                   &engine_keys, &remarks, &ndocs, &doc_tree, &picNames, &defined, &glossTerms,
+                   &allIndex, &docDates, &docsecs, &typedSecs, &secDates, &docNrs, &profOld, &clogDocs, &topicHits})
     empty_tree(*t);
 }
 

@@ -15,6 +15,7 @@
 #pragma once
 
 #include <array>
+#include <cstdio>
 #include <list>
 #include <optional>
 #include <string>
@@ -97,6 +98,14 @@ struct web_model {
   std::string srcRoot, sqlData, links_file, test_report, arch;
   int errors = 0, ppts = 0, pdfs = 0, C_links = 0, R_links = 0;
 
+  // ------------------------------------------------ the registration pass
+  int n = 0;                 // number of documents plus 1, once the reading ended
+  int max_page = 0;          // page counter: the last section page written so far
+  int redundant = 0;         // names that cards defined twice
+  int last_code_tree = 0;    // highest document number with com j
+  std::array<std::string, 3> bullet_slots;  // list slots of keep/_bullets.htm
+  FILE* to_docu = nullptr;   // xs/index/to_docu while link creation writes it
+
   // ---------------------------------------------------------------- trees
   Btree internet;     // absolute url found in a closure -> the page naming it
   Btree titles;       // title -> document number
@@ -107,7 +116,10 @@ struct web_model {
   Btree targets;      // the engine's target tree: "D_(<file>)" -> "<n>/<file>"
   Btree engine_keys;  // "*<n>/<title>" -> file, for the engine
   Btree remarks;      // configuration line -> remark put ahead of it
+  Btree ndocs;        // "<size>,<title>" of a document version -> its date
+  Btree doc_tree;     // "<date>:<blank>:<n>:<title>" -> path below xs
   Btree picNames;     // picture caption -> "#_pic<n>_<k>"
+  Btree defined;      // names defined by cards (stays empty: see add_target)
 
   // The engine's trees that the derived pages read or write.
   Btree glossTerms;  // glossary term -> "<docNr>/<page>#G<n>"
