@@ -143,6 +143,34 @@ void portal_contents(FILE* out) {
         out);
 }
 
+// The first paragraph of a Word document: the text that stands before the
+// first card is no paragraph of the author's, and an empty first paragraph
+// goes with the one behind it.  False when no paragraph is left.
+bool drop_empty_first(rBuffer& rb, FILE* neu) {
+  if (!strncmp(rb.z + rb.a, "<p ></p>", 8)) {
+    fputs("<p ></p>", neu);
+    rb.a += 8;
+    if (!rb.find(0, "<p", neu)) return false;
+  }
+  char* close = strstr(rb.z + rb.a, "</p>");
+  if (close && close < rb.z + rb.e) {
+    std::string t(rb.z + rb.a, close);
+    std::string body = t.substr(t.find('>') + 1);
+    bool empty = true;
+    for (size_t k = 0; k < body.size(); k++) {
+      if (body[k] == '<') k = body.find('>', k);
+      else if (!body.compare(k, 6, "&nbsp;")) k += 5;
+      else if (!isspace((unsigned char)body[k])) empty = false;
+      if (k == std::string::npos) break;
+    }
+    if (empty) {
+      rb.a = (int)(close - rb.z) + 4;
+      if (rb.find(0, "</p>", nullptr)) rb.a += 4;
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 // The body, from the first paragraph on.  A first paragraph without text
@@ -152,36 +180,17 @@ void DocDes::body_pass(int n, const std::string& tmp, FILE* neu) {
   rBuffer rb(tmp.c_str());
   if (!rb.find(0, "<p ", nullptr)) return;
   std::string src = lower(r.src);
-  if (r.com != 'h' && (ends_nocase(src, ".rtf") || ends_nocase(src, ".doc"))) {
-    // The text that stands before the first card is no paragraph of the
-    // author's: the first paragraph is the one behind it.
-    if (!strncmp(rb.z + rb.a, "<p ></p>", 8)) {
-      fputs("<p ></p>", neu);
-      rb.a += 8;
-      if (!rb.find(0, "<p", neu)) return;
-    }
-    char* close = strstr(rb.z + rb.a, "</p>");
-    if (close && close < rb.z + rb.e) {
-      std::string t(rb.z + rb.a, close);
-      std::string body = t.substr(t.find('>') + 1);
-      bool empty = true;
-      for (size_t k = 0; k < body.size(); k++) {
-        if (body[k] == '<') k = body.find('>', k);
-        else if (!body.compare(k, 6, "&nbsp;")) k += 5;
-        else if (!isspace((unsigned char)body[k])) empty = false;
-        if (k == std::string::npos) break;
-      }
-      if (empty) {
-        rb.a = (int)(close - rb.z) + 4;
-        if (rb.find(0, "</p>", nullptr)) rb.a += 4;
-      }
-    }
-  }
+  if (r.com != 'h' && (ends_nocase(src, ".rtf") || ends_nocase(src, ".doc")) &&
+      !drop_empty_first(rb, neu))
+    return;
   str_set set("links");
   Btree_st st;
   for (unsigned ok = web.card_names.GetFirst(st); ok; ok = web.card_names.Next(st))
     if (isalpha((unsigned char)st.k[0])) set.insert(st.k);
   for (const char* s : {"C_:S", "<p", "mso-list:", "type=disc"}) set.ensure(s);
+  // The portal's two headings behind its contents get the anchors 101 and
+  // 102: the set is complete before the scan starts.
+  if (n == 1) set.ensure("<h1>");
   int h1_left = 0, copy = 0;
   while (str_el* el = rb.find(copy, set, neu)) {
     const char* p = rb.z + rb.a;
@@ -203,7 +212,6 @@ void DocDes::body_pass(int n, const std::string& tmp, FILE* neu) {
         rb.a += 4;
         copy = 0;
         h1_left = 2;
-        set.ensure("<h1>");
       }
     } else if (!strcmp(el->k, "<h1>") && h1_left > 0) {
       fprintf(neu, "</p><p class=1 align=\"right\"><font size=1><a name=\"%i\"></a>", 103 - h1_left);

@@ -69,39 +69,43 @@ std::string number_of(const std::string& t, int& dots) {
 
 }  // namespace
 
-void ut_htm::our_Toc(FILE* out, int width, int pictures, int docNr, int firstPage,
-                     const std::vector<std::string>& semiTitles, Btree& localNames, Btree& ourToc) {
-  bool menu = width > 0;
-  if (width < 0) width = -width;
-  if (menu) ourMenu(__LINE__, "our_Toc", out, 2, nullptr, "2", 1);
-  fputs("\n</center></center><br/><a--><center>", out);
+namespace {
+
+struct toc_row {
+  std::string number, target, title;
+  int depth;
+};
+
+// The document's semi titles above its contents; a typed one defines its
+// name for the head page.
+void toc_titles(ut_htm& ut, FILE* out, int docNr, int firstPage,
+                const std::vector<std::string>& semiTitles) {
   std::string head = std::to_string(firstPage) + ".htm#2";
   for (auto it = semiTitles.rbegin(); it != semiTitles.rend(); ++it) {
     std::string s = *it;
-    title_words(s.c_str(), head.c_str());
-    title_to_search(s.c_str(), head.c_str(), docNr);
+    ut.title_words(s.c_str(), head.c_str());
+    ut.title_to_search(s.c_str(), head.c_str(), docNr);
     if (s.size() > 2 && s[1] == '_') {
       std::string t = std::to_string(docNr) + "/" + std::to_string(firstPage) + ".htm";
-      tree_put(defs, s, t);
-      tree_put(defs, "D_(" + s.substr(2) + ")", t);
+      tree_put(ut.defs, s, t);
+      tree_put(ut.defs, "D_(" + s.substr(2) + ")", t);
       s = s.substr(2);
     }
     fprintf(out, "<p class=1 style='font-size:14.0pt'>%s</p>", s.c_str());
   }
-  if (pictures)
-    fputs("\n<p class=1><font size=1>\n<a href=\"#3\">Pictures</a></font></p>", out);
-  fputs("\n</center><!-- ourToc --><a name=\"2\"></a>\n<span><font face=\"ARIAL,VERDANA\" size=2>\n"
-        "<b><a href=##>Document</a></b>\n<table><colgroup><col width=85></colgroup><br/><br/>",
-        out);
-  struct row {
-    std::string number, target, title;
-    int depth;
-  };
-  std::vector<row> rows;
+}
+
+// The rows of the contents in page order.  A document whose first section
+// has a number below 1000 shows numbers (a section without one counts as a
+// sub-section of the last numbered); else the number column stays blank
+// and the depth is the heading level.  `minDepth` gets the least depth.
+std::vector<toc_row> toc_rows(ut_htm& ut, Btree& ourToc, int docNr, int& minDepth) {
+  std::vector<toc_row> rows;
   Btree_st st;
   bool numbered = false, first = true;
   std::string current;
-  int curDepth = 0, minDepth = 1 << 30;
+  int curDepth = 0;
+  minDepth = 1 << 30;
   for (unsigned s = ourToc.GetFirst(st); s; s = ourToc.GetNext(st)) {
     toc_key k = split_key(st.k);
     std::string title = k.title;
@@ -126,16 +130,22 @@ void ut_htm::our_Toc(FILE* out, int width, int pictures, int docNr, int firstPag
     while (!text.empty() && text.back() == '.') text.pop_back();
     if (!text.empty() && text[0] == '"') text.erase(0, 1);
     if (!text.empty() && text.back() == '"') text.pop_back();
-    title_words(text.c_str(), k.target.c_str());
+    ut.title_words(text.c_str(), k.target.c_str());
     if (starts(text, "White Paper")) continue;
     if ((starts(text, "Anhang") || starts(text, "Annex") || starts(text, "Appendix") ||
          text.find(':') != std::string::npos))
-      tree_put(semis, "D_(More: " + text + ")", std::to_string(docNr) + "/" + k.target);
+      tree_put(ut.semis, "D_(More: " + text + ")", std::to_string(docNr) + "/" + k.target);
     if (depth < minDepth) minDepth = depth;
     rows.push_back({nr, k.target, text, depth});
   }
+  return rows;
+}
+
+// Writes the rows, and their "#_<title>" lines to "tmp_toc".
+void toc_write(ut_htm& ut, FILE* out, const std::vector<toc_row>& rows, int width, int minDepth,
+               int docNr) {
   FILE* tt = safe_ut.open_FILE("tmp_toc", "w");
-  for (const row& r : rows) {
+  for (const toc_row& r : rows) {
     fprintf(out,
             "\n<tr><td><p class=2>\n<font face=VERDANA size=1>%s</font></p></td>\n<td><p "
             "class=2><b><font size=2>\n</b>%s<b><a href=\"%s\">%s</a></b></font></p></td></tr>",
@@ -146,9 +156,28 @@ void ut_htm::our_Toc(FILE* out, int width, int pictures, int docNr, int firstPag
     for (char c : r.title)
       if (isalpha((unsigned char)c)) low += (char)tolower((unsigned char)c);
     fprintf(tt, "\n%i>#_%s", atoi(r.target.c_str()), low.c_str());
-    title_to_search(r.title.c_str(), r.target.c_str(), docNr);
+    ut.title_to_search(r.title.c_str(), r.target.c_str(), docNr);
   }
   safe_ut.close_FILE(&tt, SRC, __LINE__);
+}
+
+}  // namespace
+
+void ut_htm::our_Toc(FILE* out, int width, int pictures, int docNr, int firstPage,
+                     const std::vector<std::string>& semiTitles, Btree& localNames, Btree& ourToc) {
+  bool menu = width > 0;
+  if (width < 0) width = -width;
+  if (menu) ourMenu(__LINE__, "our_Toc", out, 2, nullptr, "2", 1);
+  fputs("\n</center></center><br/><a--><center>", out);
+  toc_titles(*this, out, docNr, firstPage, semiTitles);
+  if (pictures)
+    fputs("\n<p class=1><font size=1>\n<a href=\"#3\">Pictures</a></font></p>", out);
+  fputs("\n</center><!-- ourToc --><a name=\"2\"></a>\n<span><font face=\"ARIAL,VERDANA\" size=2>\n"
+        "<b><a href=##>Document</a></b>\n<table><colgroup><col width=85></colgroup><br/><br/>",
+        out);
+  int minDepth = 0;
+  std::vector<toc_row> rows = toc_rows(*this, ourToc, docNr, minDepth);
+  toc_write(*this, out, rows, width, minDepth, docNr);
   fputs("\n</table></font></span><!-- end of ourToc --><br/><aaa>", out);
   int calls = 0;
   our_AbbVz(out, localNames, calls);
