@@ -131,8 +131,10 @@ void doc_splitter::prepare(const char* neuFile) {
   }
   firstPage = page + 1;
   rec.firstPage = firstPage;
-  if (profile && kind != 'a' && kind != 'e')
-    ut.profile_doc_line(profile, firstPage, title.c_str(), rec.src.c_str());
+  // Every document cut gets its line in the profile: its section lines
+  // follow and belong to it, so that change reports reach every document
+  // with pages, the Word documents (kind e) and text documents included.
+  if (profile) ut.profile_doc_line(profile, firstPage, title.c_str(), rec.src.c_str());
   version = std::to_string(docNr) + "/" + name;
 }
 

@@ -1,0 +1,243 @@
+// The whole document pipeline, run as a user runs it: registration, cards,
+// link creation, the section pages and the pages derived from them, on a
+// small web written here and on a web of every real Word snapshot.  Until
+// the web pass exists a build ends with "not available yet" and status 2,
+// leaving xs for inspection.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include "tests/test_util.h"
+
+namespace fs = std::filesystem;
+using testutil::read_file;
+using testutil::run_brelmot;
+using testutil::write_file;
+
+namespace {
+
+const char* const day1 = "SOURCE_DATE_EPOCH=1700000000";  // 2023.11.14
+const char* const day2 = "SOURCE_DATE_EPOCH=1700086400";  // 2023.11.15
+
+bool has(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+std::string env(const char* date) {
+  std::string dir = fs::path(BRELMOT_EXE).parent_path().string();
+  return std::string("PATH=") + dir + ":/usr/bin:/bin LC_ALL=C TZ=UTC " + date;
+}
+
+// A build that went through the whole pass: the one-line message, status 2,
+// and no failure report of the tracker.
+void expect_full_pass(const testutil::RunResult& r) {
+  EXPECT_EQ(r.status, 2) << r.out.substr(r.out.size() > 3000 ? r.out.size() - 3000 : 0);
+  EXPECT_TRUE(has(r.out, "brelmot: the command \"conf\" is not available yet")) << r.out;
+  EXPECT_FALSE(has(r.out, "fatal error")) << r.out;
+  EXPECT_FALSE(has(r.out, "error -->")) << r.out;
+}
+
+// Every file below `root` with its contents, by relative path.
+std::map<std::string, std::string> tree_of(const std::string& root) {
+  std::map<std::string, std::string> files;
+  for (const auto& e : fs::recursive_directory_iterator(root))
+    if (e.is_regular_file())
+      files[fs::relative(e.path(), root).string()] = read_file(e.path().string());
+  return files;
+}
+
+// A snapshot as the word processor saves it, with `body` inside.
+std::string snapshot(const std::string& title, const std::string& body) {
+  return "<html xmlns:v=\"urn:schemas-microsoft-com:vml\"\n"
+         "xmlns:o=\"urn:schemas-microsoft-com:office:office\"\n"
+         "xmlns:w=\"urn:schemas-microsoft-com:office:word\"\n"
+         "xmlns=\"http://www.w3.org/TR/REC-html40\">\n<head>\n"
+         "<meta http-equiv=Content-Type content=\"text/html; charset=windows-1252\">\n"
+         "<meta name=ProgId content=Word.Document>\n<title>" +
+         title +
+         "</title>\n<style>\n<!--\n p.MsoNormal, li.MsoNormal, div.MsoNormal\n"
+         "\t{margin:0cm;\n\tmargin-bottom:.0001pt;\n\tfont-size:12.0pt;\n"
+         "\tfont-family:\"Times New Roman\";}\n-->\n</style>\n</head>\n"
+         "<body lang=EN-GB style='tab-interval:35.4pt'>\n<div class=Section1>\n" +
+         body + "\n</div>\n</body>\n</html>\n";
+}
+
+// Two Word documents and a text document.  The billing guide has numbered
+// headings; the terms have unnumbered ones, a glossary table and a
+// reference to the guide's configured title.  `payment` is the text of
+// the guide's section "Payment and Dunning", whose heading Word wrapped
+// and numbered by a list.
+void small_web(const std::string& payment) {
+  write_file("w/Billing.rtf", "{\\rtf1 billing}\n");
+  write_file("w/Terms.rtf", "{\\rtf1 terms}\n");
+  write_file("w/notes.txt", "1 Notes\nThe desk opens at eight.\n");
+  write_file("w/publish/Billing.htm",
+             snapshot("Billing Guide",
+                      "<p class=MsoTitle>Billing Guide</p>\n"
+                      "<h1><a name=\"_Toc1\">1 Invoices</a></h1>\n"
+                      "<p class=MsoNormal>An invoice goes out with each delivery.</p>\n"
+                      "<h2>1.1 Reminders</h2>\n"
+                      "<p class=MsoNormal>A reminder follows after thirty days.</p>\n"
+                      "<h1><![if !supportLists]><span style='mso-list:Ignore'>2<span\n"
+                      "style='font:7.0pt \"Times New Roman\"'>&nbsp;&nbsp;&nbsp; </span></span>"
+                      "<![endif]>Payment and\nDunning</h1>\n<p class=MsoNormal>" +
+                          payment + "</p>\n"));
+  write_file("w/publish/Terms.htm",
+             snapshot("Terms", "<h1>Overview</h1>\n"
+                               "<p class=MsoNormal>Billing is told in D_( Billing Guide ).</p>\n"
+                               "<h1>Glossary</h1>\n"
+                               "<table class=MsoTableGrid border=1 cellspacing=0 cellpadding=0>\n"
+                               " <tr>\n  <td width=150 valign=top><p class=MsoNormal><b>Invoice</b>"
+                               "</p></td>\n  <td width=400 valign=top><p class=MsoNormal>A bill "
+                               "sent to a customer.</p></td>\n </tr>\n"
+                               " <tr>\n  <td width=150 valign=top><p class=MsoNormal><b>Reminder"
+                               "</b></p></td>\n  <td width=400 valign=top><p class=MsoNormal>A "
+                               "second bill.</p></td>\n </tr>\n</table>\n"));
+  write_file("w/wconf",
+             "-w xs_Pipe~Pipeline Web\n-? 1=./\n"
+             "-e 1/Billing.rtf\n   Billing Guide\n"
+             "-e 1/Terms.rtf\n   Terms\n"
+             "-a 1/notes.txt\n   Desk Notes\n--\n");
+}
+
+// The first page of document `n`: the number of the lowest page in xs/<n>.
+int first_page(int n) {
+  int first = 1 << 30;
+  for (const auto& e : fs::directory_iterator("xs/" + std::to_string(n))) {
+    std::string stem = e.path().stem().string();
+    if (e.path().extension() == ".htm" && !stem.empty() &&
+        stem.find_first_not_of("0123456789") == std::string::npos)
+      first = std::min(first, std::stoi(stem));
+  }
+  return first;
+}
+
+// The fixtures web as the output check sets it up: every real snapshot a
+// document of one configuration.
+int fixtures_web() {
+  std::string conf = "-w xs_Fix\n-? 1=./\n";
+  int docs = 0;
+  for (const auto& e : fs::directory_iterator(testutil::fixtures_dir() + "/word-html")) {
+    std::string ext = e.path().extension().string();
+    if (ext != ".htm" && ext != ".html") continue;
+    std::string stem = e.path().stem().string();
+    write_file("d/publish/" + stem + ".htm", read_file(e.path().string()));
+    write_file("d/" + stem + ".rtf", "{\\rtf1 x}\n");
+    conf += "-e 1/" + stem + ".rtf\n   " + stem + "\n";
+    docs++;
+  }
+  write_file("d/wconf", conf + "--\n");
+  return docs;
+}
+
+TEST(Pipeline, SmallWebGivesSectionPagesPortalGlossaryAndLists) {
+  testutil::TempDir tmp;
+  small_web("Payment is due in thirty days.");
+  auto r = run_brelmot("w", env(day1));
+  expect_full_pass(r);
+  // The portal has pages 1 to 3 and its redirect page; each document's
+  // pages follow the redirect page of the one before.
+  for (const char* f : {"xs/1/1.htm", "xs/1/2.htm", "xs/1/3.htm", "xs/1/4.htm"})
+    EXPECT_TRUE(fs::exists(f)) << f;
+  EXPECT_TRUE(has(read_file("xs/1/2.htm"), "Structure of Project Folder"));
+  EXPECT_TRUE(has(read_file("xs/1/3.htm"), "Notation &amp; Terminology") ||
+              has(read_file("xs/1/3.htm"), "Notation & Terminology"));
+  EXPECT_EQ(first_page(2), 5);
+  std::string guide = read_file("xs/2/" + std::to_string(first_page(2)) + ".htm");
+  EXPECT_TRUE(has(guide, "Invoices")) << guide;
+  EXPECT_TRUE(has(guide, "Reminders")) << guide;  // the contents on the head page
+  int terms = first_page(3), notes = first_page(4);
+  EXPECT_GT(terms, first_page(2));
+  EXPECT_GT(notes, terms);
+  // The page before a document's first page sends the browser back to the
+  // first page of the document before it.
+  std::string redirect = read_file("xs/2/" + std::to_string(terms - 1) + ".htm");
+  EXPECT_TRUE(has(redirect, "URL=5.htm")) << redirect;
+
+  // The configured title of the guide resolves to its head page.
+  std::string all_terms;
+  for (int p = terms; fs::exists("xs/3/" + std::to_string(p) + ".htm"); p++)
+    all_terms += read_file("xs/3/" + std::to_string(p) + ".htm");
+  EXPECT_TRUE(has(all_terms, "href=\"../2/5.htm#2\"")) << all_terms;
+  EXPECT_FALSE(has(r.out, "Unknown semi title: Billing Guide")) << r.out;
+
+  // The glossary table's terms on their glossary pages, which are complete.
+  std::string gloss = read_file("xs/glossar" + std::to_string(('I' - 'A') % 10) + ".htm");
+  EXPECT_TRUE(has(gloss, "Invoice")) << gloss;
+  EXPECT_TRUE(has(gloss, "</html>")) << gloss;
+
+  // The document lists know every document; the profile has the
+  // documents with their first pages and their sections.
+  std::string listR = read_file("xs/docs_R.htm"), listA = read_file("xs/docs_A.htm");
+  for (const char* t : {"Billing Guide", "Terms", "Desk Notes"}) {
+    EXPECT_TRUE(has(listR, t)) << t << listR;
+    EXPECT_TRUE(has(listA, t)) << t << listA;
+  }
+  std::string profile = read_file("xs/profs/2023.11.14");
+  EXPECT_TRUE(has(profile, "\n--5:Billing Guide|")) << profile;
+  EXPECT_TRUE(has(profile, ",Payment and Dunning")) << profile;
+  EXPECT_TRUE(fs::exists("xs/profs/secLU"));
+  EXPECT_TRUE(fs::exists("xs/CL.htm"));
+}
+
+TEST(Pipeline, GrownSectionGivesAChangeReportThatFindsItsPage) {
+  testutil::TempDir tmp;
+  small_web("Payment is due in thirty days.");
+  expect_full_pass(run_brelmot("w", env(day1)));
+  // The web position keeps the profiles for the next build, a day later.
+  fs::create_directories("xs_Pipe");
+  fs::copy("xs/profs", "xs_Pipe/profs", fs::copy_options::recursive);
+  small_web("Payment is due in thirty days. " + std::string(120, 'x') + " A late payment costs a fee.");
+  auto r = run_brelmot("w", env(day2));
+  expect_full_pass(r);
+  ASSERT_TRUE(fs::exists("xs/CL1_2023.11.14.htm")) << r.out;
+  std::string report = read_file("xs/CL1_2023.11.14.htm");
+  EXPECT_TRUE(has(report, "Billing Guide")) << report;
+  EXPECT_FALSE(has(report, "Terms")) << report;  // unchanged
+  std::string sections = read_file("xs/CL2_2023.11.14/2.htm");
+  // About 150 characters more: the bar of a change up to 500.
+  EXPECT_TRUE(has(sections, "<tr><td>ww</td><td>\n<a href=\"../2/")) << sections;
+  EXPECT_TRUE(has(sections, ">Payment and Dunning</a>")) << sections;
+  EXPECT_TRUE(has(read_file("xs/CL.htm"), "CL1_2023.11.14.htm"));
+}
+
+TEST(Pipeline, SameClockGivesTheSameWeb) {
+  testutil::TempDir tmp;
+  small_web("Payment is due in thirty days.");
+  expect_full_pass(run_brelmot("w", env(day1)));
+  fs::rename("xs", "xs.first");
+  expect_full_pass(run_brelmot("w", env(day1)));
+  auto first = tree_of("xs.first"), second = tree_of("xs");
+  ASSERT_EQ(first.size(), second.size());
+  for (const auto& [name, text] : first) EXPECT_TRUE(second[name] == text) << name;
+}
+
+TEST(Pipeline, EveryRealSnapshotInOneWebGoesThroughAndBuildsAlike) {
+  testutil::TempDir tmp;
+  int docs = fixtures_web();
+  ASSERT_GT(docs, 0);
+  auto r = run_brelmot("d", env(day1));
+  expect_full_pass(r);
+  int pages = 0;
+  for (int n = 2; n <= docs + 1; n++) {
+    ASSERT_TRUE(fs::is_directory("xs/" + std::to_string(n))) << n;
+    for (const auto& e : fs::directory_iterator("xs/" + std::to_string(n)))
+      pages += e.path().extension() == ".htm";
+  }
+  EXPECT_GT(pages, 300);  // the large snapshot alone gives hundreds
+  for (const char* f : {"xs/1/1.htm", "xs/1/2.htm", "xs/1/3.htm", "xs/docs_R.htm", "xs/docs_A.htm",
+                        "xs/CL.htm", "xs/profs/secLU", "xs/profs/ndocs"})
+    EXPECT_TRUE(fs::exists(f)) << f;
+
+  fs::rename("xs", "xs.first");
+  expect_full_pass(run_brelmot("d", env(day1)));
+  auto first = tree_of("xs.first"), second = tree_of("xs");
+  ASSERT_EQ(first.size(), second.size());
+  int differ = 0;
+  for (const auto& [name, text] : first)
+    if (second[name] != text && differ++ < 5) ADD_FAILURE() << "differs: " << name;
+}
+
+}  // namespace
