@@ -42,6 +42,8 @@ void ut_htm::init_sections() {
   page_level.assign(max_pages + 2, 0);
   for (Btree* t : {&defs, &semis, &semiKeys, &specs, &docClasses, &missRefs, &to_code})
     prepare_tree(*t, "engine");
+  // The list of thin pages is this run's alone.
+  if (safe_ut.exists("tmpAppender")) safe_ut.remove_file("tmpAppender");
   defs.name = "defs";
   semis.name = "semis";
   semiKeys.name = "semiKeys";
