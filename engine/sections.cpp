@@ -65,7 +65,9 @@ int ut_htm::split_doc(int run, const char* neuFile, const char* root, int& page,
     exut.show_str("title", title);
     exut.fail(__LINE__, SRC, "System: split_doc: a (null) title");
   }
-  doc_splitter cut(*this, run, root, page, docNr, title, profile, rec);
+  // The first of two cuts (with a code root) writes no profile lines: the
+  // second writes them, with the pages that stay.
+  doc_splitter cut(*this, run, root, page, docNr, title, run == 1 ? nullptr : profile, rec);
   return cut.run(neuFile);
 }
 
@@ -177,7 +179,9 @@ void doc_splitter::class_table() {
     }
   }
   safe_ut.close_FILE(&css, SRC, __LINE__);
-  safe_ut.remove_file(from.c_str());
+  // With a code root the document is cut twice: the first cut leaves the
+  // rules to the second, which removes them.
+  if (run_ != 1) safe_ut.remove_file(from.c_str());
   ut.reduce_css(cssName.c_str());
 }
 

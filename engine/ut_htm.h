@@ -190,7 +190,7 @@ class ut_htm : public ut_htmst {
   // the web: read, raised by the pages written and by the closing redirect
   // page.  `run` is 1 or 2; `rootFile` the open "xs/root.bat" of link
   // creation (or null; the cut writes nothing to it); `profile` the open
-  // web profile (or null).  `rec` gives kind, path, file name and pictures
+  // web profile (or null), which run 1 leaves alone.  `rec` gives kind, path, file name and pictures
   // expected; its first page is set.  The title tree and the list slots
   // are the web model's.  Returns the number of pages written.
   int split_doc(int run, const char* neuFile, const char* root, int& page, FILE* rootFile,

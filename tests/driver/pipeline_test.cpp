@@ -217,6 +217,26 @@ TEST(Pipeline, SameClockGivesTheSameWeb) {
   for (const auto& [name, text] : first) EXPECT_TRUE(second[name] == text) << name;
 }
 
+TEST(Pipeline, CodeRootCutsTwiceAndLeavesWhatOneCutLeaves) {
+  testutil::TempDir tmp;
+  small_web("Payment is due in thirty days.");
+  expect_full_pass(run_brelmot("w", env(day1)));
+  fs::rename("xs", "xs.plain");
+  fs::create_directories("w/src");
+  std::string conf = read_file("w/wconf");
+  write_file("w/wconf", conf.substr(0, conf.size() - 3) + "-j srcRoot=1/src\n--\n");
+  auto r = run_brelmot("w", env(day1));
+  expect_full_pass(r);
+  EXPECT_TRUE(fs::exists("w/src/index/to_docu")) << r.out;
+  // The second cut still has the document's classes, and the profile holds
+  // each document once.
+  for (int n = 1; n <= 4; n++) {
+    std::string css = "/" + std::to_string(n) + "/1.css";
+    EXPECT_EQ(read_file("xs" + css), read_file("xs.plain" + css)) << css;
+  }
+  EXPECT_EQ(read_file("xs/profs/2023.11.14"), read_file("xs.plain/profs/2023.11.14"));
+}
+
 TEST(Pipeline, EveryRealSnapshotInOneWebGoesThroughAndBuildsAlike) {
   testutil::TempDir tmp;
   int docs = fixtures_web();
