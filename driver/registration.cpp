@@ -235,6 +235,10 @@ void DocDes::code_root_pass(FILE* root, FILE* profile) {
     if (!web.to_docu) web.to_docu = safe_ut.create("xs/index/to_docu");
     for (int i = 1; i < web.n; i++) href_creator(1, web.card_names, i, root, profile);
     if (web.to_docu) safe_ut.close_FILE(&web.to_docu, SRC, __LINE__);
+    // The second round cuts the same pages again and files their titles
+    // for the search anew.
+    ut->close_search();
+    if (safe_ut.ok_is_a("xs/profs/search") == 'f') safe_ut.remove_file("xs/profs/search");
     safe_ut.copy_file((index + "/to_docu").c_str(), "xs/index/to_docu");
     if (safe_ut.ok_is_a("xs/index/to_code") == 'f') safe_ut.remove_file("xs/index/to_code");
     web.max_page = 0;

@@ -46,8 +46,10 @@ void ut_htm::HeaderMenu(FILE* out, int head, int page, const char* title, const 
   std::string mark = "</secLU:doc:" + t + ">";
   int first = page < (int)page_first.size() ? page_first[page] : page;
   int prev = page == first ? first : page - 1;
-  int next = page + 1 < (int)page_doc.size() && page_doc[page + 1] == page_doc[page] ? page + 1
-                                                                                    : first;
+  // A page not cut yet (0) belongs to no other document: every section page
+  // is followed by a page of its own document, the last by the redirect page.
+  int following = page + 1 < (int)page_doc.size() ? page_doc[page + 1] : -1;
+  int next = following == 0 || following == page_doc[page] ? page + 1 : first;
   if (one_doc_web()) {
     fprintf(out, "%s<!1a><a href=\"../context.htm\">Index</a> ", mark.c_str());
   } else {
