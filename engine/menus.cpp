@@ -15,8 +15,6 @@ namespace {
 
 const char* const SRC = "menus";
 
-bool starts(const char* p, const char* s) { return strncmp(p, s, strlen(s)) == 0; }
-
 const char* const style_head =
     "\n<HTML><a name=\"top\"></a><style type=\"text/css\"><!--\n\n   h1    { font-size:18pt; }\n"
     "   h2    { font-size:14pt; }\n   h3    { font-size:12pt; }\n   p     { font-size:10pt; }\n"
