@@ -53,10 +53,19 @@ class file_ops {
   static bool copy_file(const std::string& from, const std::string& to);
   // Copies a folder with everything in it, empty folders and dot files
   // included, into `to` (made when missing).  `err` receives a text for
-  // each item that could not be copied.
+  // each item that could not be copied, and for each target that would lie
+  // outside `to` (a link in the target tree leading elsewhere): such a
+  // target is refused, never written.
   static bool copy_tree(const std::string& from, const std::string& to, std::string* err);
   // Removes a file or a folder with all it holds; a missing name is fine.
+  // Symbolic links are removed, never followed.
   static bool remove_tree(const std::string& p);
+  // Whether `path` lies below the folder `root` once both are resolved:
+  // its folder with every link followed, and, with `follow_last`, the name
+  // itself too (what a write reaches); without, the name is judged where it
+  // stands (what a removal reaches).  A path that cannot be resolved does
+  // not lie below.
+  static bool lies_below(const std::string& root, const std::string& path, bool follow_last);
   // Makes a folder and its parents.
   static bool make_dirs(const std::string& p);
 

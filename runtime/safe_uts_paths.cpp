@@ -4,6 +4,7 @@
 // system call, and the drive-like temporary names of the original layout
 // lead into the run's own temporary folder.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cctype>
@@ -71,6 +72,9 @@ safe_uts::~safe_uts() {
 std::string safe_uts::os_name(const char* name) {
   NN(name);
   std::string s(name);
+  struct stat st;
+  if (strchr(name, '\\') && !(isalpha((unsigned char)s[0]) && s[1] == ':') && os().lstat(name, &st) == 0)
+    return s;  // the file system's own name: "\\" is a character of it
   for (char& c : s)
     if (c == '\\') c = '/';
   if (s.size() >= 2 && isalpha((unsigned char)s[0]) && s[1] == ':' && (s.size() == 2 || s[2] == '/')) {
