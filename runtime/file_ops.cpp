@@ -104,6 +104,12 @@ bool file_ops::line_less(const std::string& a, const std::string& b) {
   return a < b;
 }
 
+bool file_ops::readable_input(const struct stat& st) {
+  if (S_ISREG(st.st_mode)) return true;
+  struct stat null_dev;
+  return S_ISCHR(st.st_mode) && os().stat("/dev/null", &null_dev) == 0 && st.st_rdev == null_dev.st_rdev;
+}
+
 bool file_ops::is_dir(const std::string& p) {
   struct stat st;
   return os().stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
@@ -215,6 +221,11 @@ std::vector<std::string> file_ops::glob(const std::string& pattern) {
 }
 
 bool file_ops::copy_file(const std::string& from, const std::string& to) {
+  struct stat fst;
+  if (os().stat(from.c_str(), &fst) == 0 && !S_ISDIR(fst.st_mode) && !readable_input(fst)) {
+    errno = EINVAL;  // a device or a pipe is no file to copy
+    return false;
+  }
   int in = os().open(from.c_str(), O_RDONLY | O_CLOEXEC, 0);
   if (in < 0) return false;
   struct stat st, tst;

@@ -5,6 +5,8 @@
 // the caller decides between a failure report and a message of a command.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -17,6 +19,11 @@ class file_ops {
   // Order of menu lines: compared step by step between "/", each step as
   // `name_less` folds it; ties by raw bytes of the whole line.
   static bool line_less(const std::string& a, const std::string& b);
+
+  // Whether what `st` describes can be read as an input: a regular file,
+  // or the null device (the empty input).  A device, a pipe or a socket
+  // would never end, or a pipe never begin, and is no input.
+  static bool readable_input(const struct stat& st);
 
   static bool is_dir(const std::string& p);
   static bool is_file(const std::string& p);  // anything that is not a folder
