@@ -39,7 +39,6 @@ time_t clamp(time_t t) {
 
 }  // namespace
 
-using toolbox::captures;
 using toolbox::not_there;
 
 // -------------------------------------------------------- construction
@@ -61,10 +60,10 @@ safe_uts::~safe_uts() {
   }
   os_stream::close_all();  // what the end of the process would do to them
   if (tmp_owner == os().pid()) {
-    for (const auto& c : captures()) os().unlink(c.second.c_str());
+    if (!toolbox::last_capture().empty()) os().unlink(toolbox::last_capture().c_str());
     if (!tmp_base.empty()) file_ops::remove_tree(tmp_base);
   }
-  captures().clear();
+  toolbox::last_capture().clear();
   tmp_base.clear();
   errno = 0;
 }
