@@ -37,6 +37,16 @@ time_t clamp(time_t t) {
   return t;
 }
 
+// A name in a folder that exists but may not be searched (no x permission)
+// cannot be reached: for this user it is not there, as a shell's search of
+// PATH takes it.  Only the folder directly above the name counts, so that a
+// denial deeper up is still reported.
+bool hidden_by_its_folder(const std::string& p) {
+  std::string dir = file_ops::parent(p);
+  struct stat st;
+  return os().stat(dir.c_str(), &st) == 0 && S_ISDIR(st.st_mode) && os().access(dir.c_str(), X_OK) != 0;
+}
+
 }  // namespace
 
 using toolbox::not_there;
@@ -105,7 +115,7 @@ char safe_uts::ok_is_a(const char* name) {
     return S_ISDIR(st.st_mode) ? 'd' : 'f';
   }
   int e = errno;
-  if (not_there(e)) {
+  if (not_there(e) || (e == EACCES && hidden_by_its_folder(p))) {
     errno = 0;
     return 'n';
   }
@@ -132,7 +142,7 @@ bool safe_uts::exists(const char* name) {
     return true;
   }
   int e = errno;
-  if (not_there(e)) {
+  if (not_there(e) || (e == EACCES && hidden_by_its_folder(p))) {
     errno = 0;
     return false;
   }
