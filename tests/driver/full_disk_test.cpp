@@ -16,6 +16,7 @@
 #include "tests/test_util.h"
 
 namespace fs = std::filesystem;
+using testutil::count_of;
 using testutil::read_file;
 using testutil::write_file;
 
@@ -56,12 +57,6 @@ int run_entry(std::vector<std::string> args, std::string* out) {
   *out = testing::internal::GetCapturedStdout();
   exut.reset_after_failure();
   return status;
-}
-
-int count_of(const std::string& text, const std::string& part) {
-  int n = 0;
-  for (size_t k = text.find(part); k != std::string::npos; k = text.find(part, k + 1)) n++;
-  return n;
 }
 
 void configuration(const char* title) {
