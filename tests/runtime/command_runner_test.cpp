@@ -50,6 +50,7 @@ std::string stdout_of(const std::function<void()>& f) {
 
 // Runs f in a child process; returns its exit status and what it printed.
 std::pair<int, std::string> in_child(const std::function<void()>& f) {
+  safe_ut.tmp_dir();  // made here, so that this process removes it, not the child
   char name[] = "/tmp/brelmot_child_XXXXXX";
   int fd = mkstemp(name);
   fflush(stdout);
