@@ -176,22 +176,10 @@ int run_command(int argc, char** argv, const char* p1, const char* p2, const cha
 }  // namespace
 
 int clean_publish_folders(const char* dir) {
-  // The listing is what the runner's "wfind" writes; it is made directly so
-  // that no folder name, whatever characters it holds, passes a command line.
+  // The folders come from the walk that "wfind" lists, by the names the file
+  // system gives them; each is removed only when it lies below `dir`.
   printf("\nsystem: wfind %s > %s\n", dir, "xx_tmp");
-  safe_ut.wfind_list("xx_tmp", 1, dir);
-  std::string list = safe_ut.read_text("xx_tmp");
-  size_t i = 0;
-  while (i < list.size()) {
-    size_t j = list.find('\n', i);
-    if (j == std::string::npos) j = list.size();
-    std::string path = list.substr(i, j - i);
-    i = j + 1;
-    if (path.size() >= 8 && path.compare(path.size() - 8, 8, "/publish") == 0 &&
-        safe_ut.ok_is_a(path.c_str()) == 'd')
-      safe_ut.rm_tree(path.c_str());
-  }
-  safe_ut.remove_file("xx_tmp");
+  safe_ut.rm_folders_named(dir, "publish");
   printf("\no k  -  no publish in %s\n", dir);
   return 0;
 }

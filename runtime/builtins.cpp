@@ -4,6 +4,7 @@
 #include "runtime/builtins.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <cctype>
 #include <cstring>
@@ -20,7 +21,14 @@ void say(int fd, const std::string& s) {
   o.put(s);
 }
 
-int open_read(const std::string& p) { return os().open(p.c_str(), O_RDONLY | O_CLOEXEC, 0); }
+int open_read(const std::string& p) {
+  struct stat st;
+  if (os().stat(p.c_str(), &st) == 0 && !S_ISDIR(st.st_mode) && !file_ops::readable_input(st)) {
+    errno = EINVAL;
+    return -1;
+  }
+  return os().open(p.c_str(), O_RDONLY | O_CLOEXEC, 0);
+}
 
 bool ieq(const std::string& a, const char* b) { return strcasecmp(a.c_str(), b) == 0; }
 

@@ -43,11 +43,21 @@ void say(int fd, const std::string& s);
 // Lines of a handle as text: CR LF folded into LF, byte 26 ends the text.
 class line_reader {
  public:
+  // A line longer than this ends the reading: the text tools hold a line
+  // in memory, and no text a build reads has lines near this long.
+  static constexpr size_t max_line = 1 << 20;
+
   explicit line_reader(int fd)
       : text_([fd](char* b, size_t n) { return (long)read_full(fd, b, n); }) {}
+  // The next line without its line feed; false at the end, or at a line
+  // longer than max_line (then `too_long` is set).
   bool next(std::string& line) {
     while (true) {
       size_t nl = buf_.find('\n', at_);
+      if ((nl == std::string::npos ? buf_.size() : nl) - at_ > max_line) {
+        too_long = true;
+        return false;
+      }
       if (nl != std::string::npos) {
         line.assign(buf_, at_, nl - at_);
         at_ = nl + 1;
@@ -64,6 +74,7 @@ class line_reader {
       fill();
     }
   }
+  bool too_long = false;
 
  private:
   void fill() {
@@ -80,6 +91,9 @@ class line_reader {
   bool done_ = false;
 };
 
+// Opens an input: -1 with errno set when it cannot be opened, EINVAL when
+// it is no regular file (a device, a pipe, a socket; the null device is
+// the empty input).
 int open_read(const std::string& p);
 bool ieq(const std::string& a, const char* b);
 bool ends_with_nocase(const std::string& s, const std::string& tail);

@@ -2,6 +2,7 @@
 // is read as text: CR LF folded, Ctrl-Z the end.
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstdlib>
 #include <deque>
 #include <iterator>
@@ -15,26 +16,35 @@ namespace builtin {
 
 namespace {
 
+// Why an input could not be opened.
+std::string why_not(int e) { return e == EINVAL ? "not a regular file" : "No such file or directory"; }
+
+// Reads the lines of one handle into `f`; 2 (after a word on the error
+// handle) when a line passes line_reader::max_line.
+template <class F>
+int lines_of(int fd, const std::string& name, io& io, F& f) {
+  line_reader r(fd);
+  std::string line;
+  while (r.next(line)) f(name, line);
+  if (!r.too_long) return 0;
+  say(io.err, (name.empty() ? std::string("input") : name) + ": a line longer than " +
+                  std::to_string(line_reader::max_line) + " bytes\n");
+  return 2;
+}
+
 // Input of a text tool: the named files, or the input handle.
 template <class F>
 int each_line(const std::vector<std::string>& files, io& io, F f) {
-  if (files.empty()) {
-    line_reader r(io.in);
-    std::string line;
-    while (r.next(line)) f(std::string(), line);
-    return 0;
-  }
+  if (files.empty()) return lines_of(io.in, std::string(), io, f);
   int status = 0;
   for (const std::string& name : files) {
     int fd = open_read(name);
     if (fd < 0) {
-      say(io.err, "cannot open " + name + ": No such file or directory\n");
+      say(io.err, "cannot open " + name + ": " + why_not(errno) + "\n");
       status = 2;
       continue;
     }
-    line_reader r(fd);
-    std::string line;
-    while (r.next(line)) f(name, line);
+    if (lines_of(fd, name, io, f)) status = 2;
     os().close(fd);
   }
   return status;

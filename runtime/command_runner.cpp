@@ -2,6 +2,7 @@
 #include "runtime/command_runner.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -108,6 +109,12 @@ bool redirect(const command_line::stage& s, int fds[3]) {
       continue;
     }
     std::string path = builtins::path_of(r.target);
+    struct stat st;
+    if (r.kind == kind::in && os().stat(path.c_str(), &st) == 0 && !S_ISDIR(st.st_mode) &&
+        !file_ops::readable_input(st)) {
+      tell(fds[2], "Not a regular file, not read: " + r.target + "\n");
+      return false;
+    }
     int slot = r.kind == kind::in ? 0 : (r.kind == kind::out || r.kind == kind::append) ? 1 : 2;
     int flags = slot == 0 ? O_RDONLY
                 : (r.kind == kind::append || r.kind == kind::err_append) ? O_WRONLY | O_CREAT | O_APPEND

@@ -34,8 +34,9 @@ int fold_cmp(const char* a, size_t na, const char* b, size_t nb) {
 
 std::string real_path(const std::string& p) { return os().realpath(p.c_str()); }
 
-bool copy_tree_in(const std::string& from, const std::string& to, const std::string& skip,
-                  std::string* err) {
+// Copies `from` into `to`, which lies in the target tree `root`.
+bool copy_tree_in(const std::string& from, const std::string& to, const std::string& root,
+                  const std::string& skip, std::string* err) {
   bool ok = true;
   struct stat st;
   if (os().stat(from.c_str(), &st) != 0) return false;
@@ -49,6 +50,11 @@ bool copy_tree_in(const std::string& from, const std::string& to, const std::str
     std::string dst = file_ops::join(to, name);
     struct stat ls;
     if (os().lstat(src.c_str(), &ls) != 0) continue;
+    if (!file_ops::lies_below(root, dst, !S_ISLNK(ls.st_mode))) {
+      if (err) *err += "refused: " + dst + " lies outside " + root + "\n";
+      ok = false;
+      continue;
+    }
     if (S_ISLNK(ls.st_mode)) {
       char target[PATH_MAX];
       ssize_t n = os().readlink(src.c_str(), target, sizeof target - 1);
@@ -61,7 +67,7 @@ bool copy_tree_in(const std::string& from, const std::string& to, const std::str
       ok = false;
     } else if (S_ISDIR(ls.st_mode)) {
       if (!skip.empty() && real_path(src) == skip) continue;  // the target itself
-      ok = copy_tree_in(src, dst, skip, err) && ok;
+      ok = copy_tree_in(src, dst, root, skip, err) && ok;
     } else if (!file_ops::copy_file(src, dst)) {
       if (err) *err += "cannot copy " + src + " --> " + dst + "\n";
       ok = false;
@@ -96,6 +102,12 @@ bool file_ops::line_less(const std::string& a, const std::string& b) {
     j = eb + 1;
   }
   return a < b;
+}
+
+bool file_ops::readable_input(const struct stat& st) {
+  if (S_ISREG(st.st_mode)) return true;
+  struct stat null_dev;
+  return S_ISCHR(st.st_mode) && os().stat("/dev/null", &null_dev) == 0 && st.st_rdev == null_dev.st_rdev;
 }
 
 bool file_ops::is_dir(const std::string& p) {
@@ -209,6 +221,11 @@ std::vector<std::string> file_ops::glob(const std::string& pattern) {
 }
 
 bool file_ops::copy_file(const std::string& from, const std::string& to) {
+  struct stat fst;
+  if (os().stat(from.c_str(), &fst) == 0 && !S_ISDIR(fst.st_mode) && !readable_input(fst)) {
+    errno = EINVAL;  // a device or a pipe is no file to copy
+    return false;
+  }
   int in = os().open(from.c_str(), O_RDONLY | O_CLOEXEC, 0);
   if (in < 0) return false;
   struct stat st, tst;
@@ -261,7 +278,7 @@ bool file_ops::copy_tree(const std::string& from, const std::string& to, std::st
   if (!make_dirs(to)) return false;
   std::string skip = real_path(to);
   if (skip == real_path(from)) return true;
-  return copy_tree_in(from, to, skip, err);
+  return copy_tree_in(from, to, to, skip, err);
 }
 
 bool file_ops::remove_tree(const std::string& p) {
@@ -272,6 +289,24 @@ bool file_ops::remove_tree(const std::string& p) {
   bool ok = true;
   for (const std::string& name : list(p)) ok = remove_tree(join(p, name)) && ok;
   return os().rmdir(p.c_str()) == 0 && ok;
+}
+
+bool file_ops::lies_below(const std::string& root, const std::string& path, bool follow_last) {
+  std::string r = real_path(root.empty() ? "." : root);
+  std::string b = base(path);
+  bool step = b.empty() || b == "." || b == "..";
+  std::string full;
+  struct stat ls;
+  bool there = os().lstat(path.c_str(), &ls) == 0;
+  if (step || (follow_last && there)) {
+    full = real_path(path);  // empty for a link that leads nowhere: refused
+  } else {
+    std::string in = real_path(parent(path));
+    if (!in.empty()) full = in == "/" ? "/" + b : in + "/" + b;
+  }
+  if (r.empty() || full.empty()) return false;
+  if (r == "/") return full.size() > 1;
+  return full.size() > r.size() && full.compare(0, r.size(), r) == 0 && full[r.size()] == '/';
 }
 
 bool file_ops::make_dirs(const std::string& p) {

@@ -5,6 +5,8 @@
 // the caller decides between a failure report and a message of a command.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -17,6 +19,11 @@ class file_ops {
   // Order of menu lines: compared step by step between "/", each step as
   // `name_less` folds it; ties by raw bytes of the whole line.
   static bool line_less(const std::string& a, const std::string& b);
+
+  // Whether what `st` describes can be read as an input: a regular file,
+  // or the null device (the empty input).  A device, a pipe or a socket
+  // would never end, or a pipe never begin, and is no input.
+  static bool readable_input(const struct stat& st);
 
   static bool is_dir(const std::string& p);
   static bool is_file(const std::string& p);  // anything that is not a folder
@@ -53,10 +60,19 @@ class file_ops {
   static bool copy_file(const std::string& from, const std::string& to);
   // Copies a folder with everything in it, empty folders and dot files
   // included, into `to` (made when missing).  `err` receives a text for
-  // each item that could not be copied.
+  // each item that could not be copied, and for each target that would lie
+  // outside `to` (a link in the target tree leading elsewhere): such a
+  // target is refused, never written.
   static bool copy_tree(const std::string& from, const std::string& to, std::string* err);
   // Removes a file or a folder with all it holds; a missing name is fine.
+  // Symbolic links are removed, never followed.
   static bool remove_tree(const std::string& p);
+  // Whether `path` lies below the folder `root` once both are resolved:
+  // its folder with every link followed, and, with `follow_last`, the name
+  // itself too (what a write reaches); without, the name is judged where it
+  // stands (what a removal reaches).  A path that cannot be resolved does
+  // not lie below.
+  static bool lies_below(const std::string& root, const std::string& path, bool follow_last);
   // Makes a folder and its parents.
   static bool make_dirs(const std::string& p);
 

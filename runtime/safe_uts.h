@@ -170,6 +170,13 @@ class safe_uts {
   // -------------------------------------------------------------- folders
   void ensure_dir(const char* path);
   void rm_tree(const char* name);
+  // Removes `path`, a name that a walk below `root` found, exactly as the
+  // file system names it; refused with a message when it does not lie
+  // below `root`.  Returns whether it is gone.
+  bool rm_tree_below(const char* root, const std::string& path);
+  // Removes every folder named `name` that the walk of wfind_list finds
+  // below `root`, each through rm_tree_below; returns how many went.
+  int rm_folders_named(const char* root, const char* name);
   void rm_and_make_dir(const char* name);
   void rm_dir(const char* name);
   void copy_file(const char* to, const char* from);
@@ -221,7 +228,9 @@ class safe_uts {
   // ---- added with the file half: paths and text handles ----
   // A path as the system uses it: "\\" turned into "/", and the drive-like
   // temporary names ("c:/tmp", "c:\\tmp", "R:", "d:/xx") turned into the
-  // run's own temporary folder.
+  // run's own temporary folder.  A name that exists exactly as given (a
+  // name found by a walk or a listing, where "\\" is an ordinary character)
+  // is used as it is.
   std::string os_name(const char* name);
   // True when a handle has nothing more to give: its end is reached, or on a
   // text handle byte 26 has ended the text.

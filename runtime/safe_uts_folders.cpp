@@ -1,6 +1,7 @@
 // Folders: making and removing them, copying files and trees, backups, and
 // the walks that list a tree or run a command for its files.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -71,36 +72,54 @@ void safe_uts::ensure_dir(const char* path) {
   errno = e0;
 }
 
+namespace {
+
+// Removes an exact path, with the line a command would have shown; a folder
+// that stays is said.  The name never passes a command line, so no
+// character of it is taken for a separator, a quote or a wildcard.
+void remove_exact(const std::string& p) {
+  struct stat st;
+  if (os().lstat(p.c_str(), &st) != 0) return;
+  if (!S_ISDIR(st.st_mode)) {
+    os().unlink(p.c_str());
+    return;
+  }
+  printf("\nsystem: rm -rf \"%s\" 2>&1 > NUL\n", p.c_str());
+  file_ops::remove_tree(p);
+  if (file_ops::exists(p)) printf("\nW a r n i n g :  Cannot delete folder %s\n", p.c_str());
+}
+
+}  // namespace
+
 void safe_uts::rm_tree(const char* name) {
   NN(name);
   if (!*name) exut.fail(__LINE__, SRC, "System: rm_tree() of an empty name\n");
-  std::string p = strip_slashes(os_name(expanded(name).c_str()));
-  struct stat st;
-  if (os().lstat(p.c_str(), &st) != 0) {
-    errno = 0;
-    return;
-  }
-  if (S_ISDIR(st.st_mode)) {
-    // A name holding a double quote cannot be quoted on a command line: such a
-    // tree is removed directly, with the same line in the log.
-    snprintf(comm_buf, sizeof comm_buf, "rm -rf \"%s\" 2>&1 > NUL", p.c_str());
-    if (p.find('"') == std::string::npos) {
-      system(comm_buf);
-    } else {
-      printf("\nsystem: %s\n", comm_buf);
-      file_ops::remove_tree(p);
-    }
-    if (file_ops::exists(p)) {
-      printf("\nW a r n i n g :  Cannot delete folder %s\n", p.c_str());
-      snprintf(comm_buf, sizeof comm_buf, "-rm -rf \"%s/*\" 2>&1 > NUL", p.c_str());
-      system(comm_buf);
-      snprintf(comm_buf, sizeof comm_buf, "dir %s", p.c_str());
-      system(comm_buf);
-    }
-  } else {
-    os().unlink(p.c_str());
-  }
+  remove_exact(strip_slashes(os_name(expanded(name).c_str())));
   errno = 0;
+}
+
+bool safe_uts::rm_tree_below(const char* root, const std::string& path) {
+  NN(root);
+  if (!file_ops::lies_below(root, path, false)) {
+    printf("\nRefused to delete %s: it does not lie below %s\n", path.c_str(), root);
+    errno = 0;
+    return false;
+  }
+  remove_exact(path);
+  errno = 0;
+  return !file_ops::exists(path);
+}
+
+int safe_uts::rm_folders_named(const char* root, const char* name) {
+  NN(root);
+  NN(name);
+  std::string r = strip_slashes(os_name(root));
+  int n = 0;
+  file_ops::wfind(r, true, [&](const std::string& p, bool is_dir) {
+    if (is_dir && file_ops::base(p) == name && rm_tree_below(r.c_str(), p)) n++;
+  });
+  errno = 0;  // what the walk met in folders removed under it is no error
+  return n;
 }
 
 void safe_uts::rm_and_make_dir(const char* name) {
@@ -259,6 +278,12 @@ int safe_uts::wfind_do(const char* os, const char* dir, const char* ext, const c
       files.push_back(p);
   });
   for (std::string p : files) {
+    // A name holding a quote or a backslash would not reach the command as
+    // it is: the command line would split it or take "\\" for a separator.
+    if (!show_only && p.find_first_of("\"\\") != std::string::npos) {
+      printf("\nRefused: the name %s cannot stand on a command line\n", p.c_str());
+      continue;
+    }
     if (dos)
       for (char& c : p)
         if (c == '/') c = '\\';

@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <map>
 #include <string>
 
 #include "runtime/safe_uts.h"
@@ -43,9 +42,9 @@ inline std::string strip_slashes(std::string p) {
 void count_open(const char* what, const void* f, const char* name);
 void count_close();
 
-// The runner behind safe_ut.system, and per folder the capture file it
-// last left there.
+// The runner behind safe_ut.system, and the capture file of the last
+// command it ran (in the run's temporary folder; empty before the first).
 command_runner& runner();
-std::map<std::string, std::string>& captures();
+std::string& last_capture();
 
 }  // namespace toolbox

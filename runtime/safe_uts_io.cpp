@@ -2,6 +2,7 @@
 // at fixed places, whole texts.  Every stream is one of os_stream's, so a
 // failing write is caught wherever it happens and reported once.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -58,6 +59,21 @@ FILE* fopen_mode(const std::string& p, const char* mode, const char* name) {
   return text ? os_stream::text_in(fd, name) : os_stream::over(fd, m.c_str(), name);
 }
 
+// A text read whole is held in memory: one of more than this many bytes is
+// refused with a report.  The largest documents and listings of real
+// projects stay far below it.
+constexpr long max_text = 256L << 20;
+
+// Inputs are regular files (or the null device): anything else is refused
+// with a report before it is opened, since a device or a socket would never
+// end and a pipe might never begin.
+void refuse_unless_input(const char* name, const struct stat& st) {
+  if (S_ISDIR(st.st_mode) || file_ops::readable_input(st)) return;
+  errno = err::such_access_to_file_not_allowed;
+  exut.fail(__LINE__, SRC, "User: %s is not a regular file (a device, a pipe or a socket): it is not read\n",
+            name);
+}
+
 // A file that could not be written: the one report of it.  The file is as
 // it was before (a new one is gone).
 [[noreturn]] void write_failure(const std::string& name, int e) {
@@ -105,8 +121,9 @@ FILE* safe_uts::open_FILE(const char* name, const char* mode) {
   std::string p = os_name(name);
   struct stat st;
   int e0 = errno;
-  if (os().stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
-    exut.fail(__LINE__, SRC, "User: Cannot open dir %s as a file.", name);
+  bool there = os().stat(p.c_str(), &st) == 0;
+  if (there && S_ISDIR(st.st_mode)) exut.fail(__LINE__, SRC, "User: Cannot open dir %s as a file.", name);
+  if (there && (strchr(mode, 'r') || strchr(mode, '+'))) refuse_unless_input(name, st);
   errno = e0;
   FILE* f = fopen_mode(p, mode, name);
   if (!f && p.find('/') != std::string::npos) f = fopen_mode(p, mode, name);  // a second try
@@ -240,7 +257,9 @@ int safe_uts::open_fd(const char* name, int mode, int kind) {
   std::string p = os_name(name);
   struct stat st;
   int e0 = errno;
-  if (os().stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+  bool there = os().stat(p.c_str(), &st) == 0;
+  if (there && (mode == 'r' || mode == 'R' || mode == 'u')) refuse_unless_input(name, st);
+  if (there && S_ISDIR(st.st_mode)) {
     if (mode == 'R') {
       errno = 0;
       return -1;
@@ -461,6 +480,13 @@ void safe_uts::copy_tail(const char* to, FILE* f, long at, const char* from) {
 std::string safe_uts::read_text(const char* name) {
   NN(name);
   int fd = open_fd(name, 'r', 't');
+  struct stat st;
+  if (os().fstat(fd, &st) == 0 && st.st_size > max_text) {
+    errno = 0;
+    close_fd(&fd, SRC, __LINE__);
+    exut.fail(__LINE__, SRC, "User: %s is too large to be read as one text: %lld bytes, at most %ld\n", name,
+              (long long)st.st_size, max_text);
+  }
   std::string text;
   char buf[65536];
   while (true) {

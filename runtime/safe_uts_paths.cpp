@@ -4,6 +4,7 @@
 // system call, and the drive-like temporary names of the original layout
 // lead into the run's own temporary folder.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cctype>
@@ -36,9 +37,18 @@ time_t clamp(time_t t) {
   return t;
 }
 
+// A name in a folder that exists but may not be searched (no x permission)
+// cannot be reached: for this user it is not there, as a shell's search of
+// PATH takes it.  Only the folder directly above the name counts, so that a
+// denial deeper up is still reported.
+bool hidden_by_its_folder(const std::string& p) {
+  std::string dir = file_ops::parent(p);
+  struct stat st;
+  return os().stat(dir.c_str(), &st) == 0 && S_ISDIR(st.st_mode) && os().access(dir.c_str(), X_OK) != 0;
+}
+
 }  // namespace
 
-using toolbox::captures;
 using toolbox::not_there;
 
 // -------------------------------------------------------- construction
@@ -60,10 +70,10 @@ safe_uts::~safe_uts() {
   }
   os_stream::close_all();  // what the end of the process would do to them
   if (tmp_owner == os().pid()) {
-    for (const auto& c : captures()) os().unlink(c.second.c_str());
+    if (!toolbox::last_capture().empty()) os().unlink(toolbox::last_capture().c_str());
     if (!tmp_base.empty()) file_ops::remove_tree(tmp_base);
   }
-  captures().clear();
+  toolbox::last_capture().clear();
   tmp_base.clear();
   errno = 0;
 }
@@ -71,6 +81,9 @@ safe_uts::~safe_uts() {
 std::string safe_uts::os_name(const char* name) {
   NN(name);
   std::string s(name);
+  struct stat st;
+  if (strchr(name, '\\') && !(isalpha((unsigned char)s[0]) && s[1] == ':') && os().lstat(name, &st) == 0)
+    return s;  // the file system's own name: "\\" is a character of it
   for (char& c : s)
     if (c == '\\') c = '/';
   if (s.size() >= 2 && isalpha((unsigned char)s[0]) && s[1] == ':' && (s.size() == 2 || s[2] == '/')) {
@@ -102,7 +115,7 @@ char safe_uts::ok_is_a(const char* name) {
     return S_ISDIR(st.st_mode) ? 'd' : 'f';
   }
   int e = errno;
-  if (not_there(e)) {
+  if (not_there(e) || (e == EACCES && hidden_by_its_folder(p))) {
     errno = 0;
     return 'n';
   }
@@ -129,7 +142,7 @@ bool safe_uts::exists(const char* name) {
     return true;
   }
   int e = errno;
-  if (not_there(e)) {
+  if (not_there(e) || (e == EACCES && hidden_by_its_folder(p))) {
     errno = 0;
     return false;
   }

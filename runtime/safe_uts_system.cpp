@@ -26,10 +26,9 @@ bool ieq_prefix(const char* s, const char* p) { return strncasecmp(s, p, strlen(
 
 }  // namespace
 
-// Folder -> the last xNUL file made there.
-std::map<std::string, std::string>& toolbox::captures() {
-  static auto* m = new std::map<std::string, std::string>;
-  return *m;
+std::string& toolbox::last_capture() {
+  static auto* c = new std::string;
+  return *c;
 }
 
 command_runner& toolbox::runner() {
@@ -37,25 +36,17 @@ command_runner& toolbox::runner() {
   return *r;
 }
 
-using toolbox::captures;
+using toolbox::last_capture;
 using toolbox::runner;
 
 // ------------------------------------------------------------ processes
 
 namespace {
 
-// Removes the files "xNUL..." of the current folder.  The folder is searched
-// the first time only; after that the run knows which file it left there.
-void del_xnul(const std::string& here) {
-  static auto* searched = new std::map<std::string, bool>;
-  if (!(*searched)[here]) {
-    (*searched)[here] = true;
-    for (const std::string& n : file_ops::list("."))
-      if (n.compare(0, 4, "xNUL") == 0 && !file_ops::is_dir(n)) os().unlink(n.c_str());
-    return;
-  }
-  auto it = captures().find(here);
-  if (it != captures().end()) os().unlink(it->second.c_str());
+// The output of the last command goes before the next command runs.
+void forget_capture() {
+  if (!last_capture().empty()) os().unlink(last_capture().c_str());
+  last_capture().clear();
 }
 
 // A command that opens a note that is missing or empty: nobody opens it.
@@ -114,12 +105,14 @@ void show_command(const char* comm, const std::string& shown) {
 
 }  // namespace
 
+// The name of the next capture file, "xNUL_<n>"; it lives in the run's own
+// temporary folder, never in the user's.
 std::string safe_uts::new_capture() {
-  std::string capture;
+  std::string name;
   unsigned base = safe_uts::fixed_clock() ? 0u : (unsigned)os().pid();
-  do capture = "xNUL_" + std::to_string(base + xnul_count++);
-  while (file_ops::exists(capture));
-  return capture;
+  do name = "xNUL_" + std::to_string(base + xnul_count++);
+  while (file_ops::exists(std::string(tmp_dir()) + "/" + name));
+  return name;
 }
 
 int safe_uts::system(const char* comm) {
@@ -138,12 +131,13 @@ int safe_uts::system(const char* comm) {
     last_out.clear();
     comm++;
   }
-  std::string here = cwd();
-  del_xnul(here);
+  forget_capture();
   errno = 0;
-  // The file that keeps the output away from the console.
-  std::string capture = new_capture();
-  std::string redir = strchr(comm, '>') ? " 2> " + capture : " 2>&1 1> " + capture;
+  // The file that keeps the output away from the console: shown by its
+  // name, run by its place.
+  std::string name = new_capture();
+  std::string capture = std::string(tmp_dir()) + "/" + name;
+  const char* redir = strchr(comm, '>') ? " 2> " : " 2>&1 1> ";
   if (*comm == '+')
     comm++;
   else
@@ -154,8 +148,8 @@ int safe_uts::system(const char* comm) {
   bool raw = *comm == '-';
   if (raw) comm++;
   if (!*comm) exut.fail(__LINE__, SRC, "System: empty command\n");
-  std::string line = std::string(comm) + redir;
-  std::string shown = shown_form(line, raw);
+  std::string line = std::string(comm) + redir + "\"" + capture + "\"";
+  std::string shown = shown_form(std::string(comm) + redir + name, raw);
   if (showComm && !strstr(comm, "DONE")) show_command(comm, shown);
   fflush(stdout);
   fflush(stderr);
@@ -163,7 +157,7 @@ int safe_uts::system(const char* comm) {
   if (trace) printf("\n:: %s", shown.c_str());
   if (!runner().missing.empty()) missing_tool();
   if (trace) printf("\n<-- %s", shown.c_str());
-  captures()[here] = here + "/" + capture;
+  last_capture() = capture;
   echo_errors(capture, ask);
   errno = 0;
   return status;
@@ -209,14 +203,17 @@ int safe_uts::system_plain(const char* comm) {
   return st;
 }
 
+// What the commands of the run said, gathered from their capture files in
+// the run's temporary folder into "xNUL" in the current folder.
 void safe_uts::final_xNUL() {
   FILE* f = create("xNUL");
   close_FILE(&f, SRC, __LINE__);
-  system_plain("cat xNUL_* 2>&1 > xNUL");
+  std::string all = "\"" + std::string(tmp_dir()) + "/xNUL_*\"";
+  system_plain(("cat " + all + " 2>&1 > xNUL").c_str());
   long n = ok_file_len("xNUL");
   if (n > 0) {
     printf("\nxNUL = %u\n\n", (unsigned)n);
-    system_plain("DEL xNUL_* 2>&1 > NUL");
+    system_plain(("DEL " + all + " 2>&1 > NUL").c_str());
   } else {
     remove_file("xNUL");
   }
@@ -334,7 +331,6 @@ void safe_uts::doAt(const char* dir, const char* comm, const char* out) {
   in_dir.enter(dir, "doAt");
   std::string c = out ? std::string(comm) + " > " + out : std::string(comm);
   system(c.c_str());
-  system("DEL xNUL_*");
   in_dir.back("before");
 }
 

@@ -18,6 +18,7 @@
 #include <map>
 #include <set>
 #include <sstream>
+#include <cstring>
 #include <string>
 
 #include "runtime/os_env.h"
@@ -28,6 +29,9 @@ class fault_os : public posix_os {
   size_t read_piece = 0;   // a read gives at most this many bytes; 0: what is asked for
   bool interrupt = false;  // every other read and write fails with EINTR first
   int rename_errno = 0;    // rename fails with this errno; 0: it works
+  // A folder this user may not search: what lies below it cannot be
+  // reached (EACCES), as for a folder without x permission.
+  std::string unsearchable;
   long written = 0;        // bytes written to files
   // Every whole file a run wrote: closed after writes that all went
   // through, or put in place by a rename; by its path below the current
@@ -83,6 +87,19 @@ class fault_os : public posix_os {
     broken_.erase(fd);
     return posix_os::close(fd);
   }
+  int stat(const char* path, struct stat* st) override {
+    return hidden(path) ? denied() : posix_os::stat(path, st);
+  }
+  int lstat(const char* path, struct stat* st) override {
+    return hidden(path) ? denied() : posix_os::lstat(path, st);
+  }
+  int open(const char* path, int flags, mode_t mode) override {
+    return hidden(path) ? denied() : posix_os::open(path, flags, mode);
+  }
+  int access(const char* path, int how) override {
+    if (hidden(path) || (!unsearchable.empty() && unsearchable == path && (how & X_OK))) return denied();
+    return posix_os::access(path, how);
+  }
   int rename(const char* from, const char* to) override {
     if (rename_errno) {
       errno = rename_errno;
@@ -102,6 +119,14 @@ class fault_os : public posix_os {
     return "./" + fs::relative(fs::absolute(path)).lexically_normal().string();
   }
   std::set<int> wrote_, broken_;  // handles written to; of them, those a write failed on
+  bool hidden(const char* path) const {
+    size_t n = unsearchable.size();
+    return n && strncmp(path, unsearchable.c_str(), n) == 0 && path[n] == '/';
+  }
+  static int denied() {
+    errno = EACCES;
+    return -1;
+  }
   bool to_file(int fd) {
     struct stat st;
     return posix_os::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);

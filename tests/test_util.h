@@ -51,6 +51,13 @@ inline int end_status_of(const std::function<void()>& fn, std::string* out = nul
   return status;
 }
 
+// How often `part` stands in `text`.
+inline int count_of(const std::string& text, const std::string& part) {
+  int n = 0;
+  for (size_t k = text.find(part); k != std::string::npos; k = text.find(part, k + 1)) n++;
+  return n;
+}
+
 // Makes a fresh folder, changes into it, and on destruction changes back and
 // removes it with everything in it.
 class TempDir {

@@ -66,7 +66,9 @@ TEST_P(SectionsFixture, CleanedSnapshotIsCutWithoutFailure) {
   EXPECT_EQ(page, 3 + pages + 1);
   for (int p = 4; p <= page; p++)
     EXPECT_TRUE(testutil::file_exists("xs/2/" + std::to_string(p) + ".htm")) << p;
-  if (std::string(GetParam()) == "word2013-oasis-sarif-large.htm") EXPECT_GT(pages, 200);
+  if (std::string(GetParam()) == "word2013-oasis-sarif-large.htm") {
+    EXPECT_GT(pages, 200);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(

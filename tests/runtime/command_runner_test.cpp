@@ -50,6 +50,7 @@ std::string stdout_of(const std::function<void()>& f) {
 
 // Runs f in a child process; returns its exit status and what it printed.
 std::pair<int, std::string> in_child(const std::function<void()>& f) {
+  safe_ut.tmp_dir();  // made here, so that this process removes it, not the child
   char name[] = "/tmp/brelmot_child_XXXXXX";
   int fd = mkstemp(name);
   fflush(stdout);
@@ -266,17 +267,24 @@ TEST(SafeSystem, StrangeNamesNeverRunAnything) {
 
 TEST(SafeSystem, CaptureEchoAndReadBack) {
   TempDir t;
+  write_file("xNUL_7", "the user's own file");
   // Only lines with "error" reach the console; the rest stays in the file.
   std::string out = stdout_of([] {
     safe_ut.system("echo an error here");
     safe_ut.system("echo fine");
   });
   EXPECT_EQ(out, "\nsystem: echo an error here\nan error here\n\nsystem: echo fine\n");
-  // The output went to one xNUL_ file; the next command clears it first.
-  int n = 0;
-  for (const std::string& f : file_ops::list("."))
-    if (f.compare(0, 5, "xNUL_") == 0) n++;
-  EXPECT_EQ(n, 1);
+  // The output went to one xNUL_ file in the run's own temporary folder;
+  // the next command clears it first.  The user's folder is left alone.
+  auto captures_in = [](const std::string& dir) {
+    int n = 0;
+    for (const std::string& f : file_ops::list(dir))
+      if (f.compare(0, 5, "xNUL_") == 0) n++;
+    return n;
+  };
+  EXPECT_EQ(captures_in(safe_ut.tmp_dir()), 1);
+  EXPECT_EQ(file_ops::list("."), std::vector<std::string>{"xNUL_7"});
+  EXPECT_EQ(read_file("xNUL_7"), "the user's own file");
   safe_ut.system("?+echo hello");
   EXPECT_EQ(safe_ut.last_output(), std::string("hello\n"));
   // An empty note is not opened, and nothing is printed.

@@ -15,17 +15,12 @@
 #include "tests/test_util.h"
 
 using testutil::failure_of;
+using testutil::count_of;
 using testutil::read_file;
 using testutil::TempDir;
 using testutil::write_file;
 
 namespace {
-
-int count_of(const std::string& text, const std::string& part) {
-  int n = 0;
-  for (size_t k = text.find(part); k != std::string::npos; k = text.find(part, k + 1)) n++;
-  return n;
-}
 
 std::vector<std::string> names_here() { return file_ops::list("."); }
 
