@@ -89,6 +89,7 @@ class ExecUt {
   // Counts and prints a reported line; the run goes on.
   void ERROR(const char* text);
   void set_errno(int code, int line, const char* file);
+  // The name of an error code; the text stays valid until the next call.
   const char* err_name(int code);
   virtual void stop(int rc);
   [[noreturn]] void stop_with(int code);
@@ -158,6 +159,7 @@ class ExecUt {
   char ring[ring_size];
   char* ring_at;
   char unknown_code[64];
+  char library_text[128];  // err_name's copy of the library's text
   struct HeapItem {
     const void* ptr;
     int line;
