@@ -135,6 +135,8 @@ class safe_uts {
   int next_word_end(char** p, const char* set);
 
   // --------------------------------------------------------------- showing
+  // Prints at most n characters of the text p (11 for n of 0), never past
+  // its end.
   void show_text(const char* name, const char* p, int n);
   void otpos(int line, const char* text);
   void show_around(const char* name, const char* start, const char* p, int n);
