@@ -6,6 +6,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
+#include <memory>
 #include <cstring>
 #include <set>
 #include <string>
@@ -27,6 +28,7 @@ struct Run {
   str_set& set;
   std::vector<std::string>& words;  // search texts, none empty
   FILE* out;
+  std::vector<std::string> elements;  // of the set
 
   std::string_view window() const { return {rb.z, (size_t)rb.e}; }
 
@@ -73,8 +75,6 @@ struct Run {
     if (el && (size_t)rb.a != want)
       fuzz::finding("find( set ): hit not the first one", std::to_string(rb.a));
   }
-
-  std::vector<std::string> elements;
 };
 
 void step(Run& r, FuzzedDataProvider& in) {
@@ -82,10 +82,13 @@ void step(Run& r, FuzzedDataProvider& in) {
   const std::string& w = r.words[in.ConsumeIntegralInRange<size_t>(0, r.words.size() - 1)];
   int left = std::max(0, rb.e - rb.a);
   int skip = std::min(in.ConsumeIntegralInRange(0, 4), left);
-  switch (in.ConsumeIntegralInRange(0, 13)) {
+  const std::string& w2 = r.words[(&w - r.words.data() + 1) % r.words.size()];
+  char* at = rb.z + rb.a + in.ConsumeIntegralInRange(0, left);
+  switch (in.ConsumeIntegralInRange(0, 19)) {
     case 0: r.find_text(skip, w); break;
     case 1: if (!r.elements.empty()) r.find_set(skip); break;
-    case 2: rb.tag_end(in.ConsumeIntegralInRange(0, left), rb.z + rb.a, w.c_str()); break;
+    // A start past the window must be refused, not searched from.
+    case 2: rb.tag_end(in.ConsumeIntegralInRange(-2, left + 16), at, w.c_str()); break;
     case 3: rb.value_of(w.c_str(), "", "?"); break;
     case 4: rb.s_to_not_Blank(skip, r.out, in.ConsumeBool() ? '\n' : w[0] == ' ' ? '<' : w[0]); break;
     case 5: rb.skip_comment(r.out); break;
@@ -95,13 +98,17 @@ void step(Run& r, FuzzedDataProvider& in) {
     case 9: rb.skip_set(left > 0 ? 1 : 0, w.c_str()); break;
     case 10: rb.fill(in.ConsumeIntegralInRange(-1, 70000)); break;
     case 11: rb.compact(rb.a); break;
-    case 12: {
-      char* p = rb.z + rb.a + in.ConsumeIntegralInRange(0, left);
-      rb.keep(&p, in.ConsumeIntegralInRange(0, 9000));
-      if (p < rb.z + rb.low || p > rb.z + rb.e) fuzz::finding("keep lost the position");
+    case 12:
+      rb.keep(&at, in.ConsumeIntegralInRange(0, 9000));
+      if (at < rb.z + rb.low || at > rb.z + rb.e) fuzz::finding("keep lost the position");
       break;
-    }
-    default: rb.more(in.ConsumeIntegralInRange(0, 100)); break;
+    case 13: rb.more(in.ConsumeIntegralInRange(0, 100)); break;
+    case 14: rb.find3(r.out, w.c_str(), w2.c_str(), w.c_str()); break;
+    case 15: rb.write_to(at, r.out); break;
+    case 16: rb.before_a(w.c_str()); rb.has_NULL(); break;
+    case 17: rb.write_and_rest(w.c_str(), at, r.out); break;
+    case 18: rb.syntax_error(w.c_str(), rb.z + rb.a, at); break;
+    default: rb.convert(conversions[1 + in.ConsumeIntegralInRange(0, 7)], rb.a); break;
   }
 }
 
@@ -154,20 +161,24 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string text = in.ConsumeRemainingBytesAsString();
 
   FILE* out = fopen("/dev/null", "wb");
-  rBuffer rb;
-  Run r{rb, set, words, out, {}};
-  r.elements = elements;
   fuzz::accepted([&] {
-    rb.conv = conversions[mode % 10];
-    rb.mae = mode & 16;
-    if (mode & 32) {
-      rb.conv = nullptr;
-      rb.mae = false;
+    // A pair of texts in the window, or a text or file opened.
+    std::unique_ptr<rBuffer> pair;
+    if ((mode & 0xa0) == 0xa0)
+      pair = std::make_unique<rBuffer>(text.c_str(), words[0].c_str(), mode & 1);
+    rBuffer plain;
+    rBuffer& rb = pair ? *pair : plain;
+    Run r{rb, set, words, out, elements};
+    if (pair) {
+    } else if (mode & 32) {
       rb.scan_text(text.data(), (int)text.size(), mode & 64 ? "\n" : "");
     } else {
+      // A file of the text repeated, read through a conversion.
       std::string file;
       for (int i = 0; i < repeat; i++) file += text;
       fuzz::write_file("t.txt", file.data(), file.size());
+      rb.conv = conversions[mode % 10];
+      rb.mae = mode & 16;
       rb.open_file("t.txt", mode & 64 ? "\n" : "");
     }
     r.check_window("open");

@@ -24,6 +24,8 @@ targets=("$@")
 build=${BRELMOT_FUZZ_BUILD:-$src/build-fuzz}
 work=${BRELMOT_FUZZ_WORK:-$build/fuzz-run}
 fixtures=$src/../shared/fixtures
+# A report of UndefinedBehaviorSanitizer shows where it was reached from.
+export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
 
 cmake -S "$src" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_CXX_COMPILER=clang++ -DBRELMOT_FUZZ=ON -DBRELMOT_TESTS=OFF -DBRELMOT_BENCH=OFF >/dev/null
