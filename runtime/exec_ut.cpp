@@ -125,6 +125,7 @@ ExecUt::ExecUt(const char* name) {
   header[header_len] = 0;
   msg = header + header_len;
   unknown_code[0] = 0;
+  library_text[0] = 0;
   show_buf[0] = 0;
 
   int i = 0;
@@ -211,7 +212,12 @@ void ExecUt::ERROR(const char* text) {
 
 const char* ExecUt::err_name(int code) {
   if (no_exut) return "";
-  if ((code >= 1 && code <= 499) || code > 16000) return strerror(code);
+  // The library's text lives in a buffer that its next call may free (for
+  // unknown codes): the tracker keeps its own copy.
+  if ((code >= 1 && code <= 499) || code > 16000) {
+    snprintf(library_text, sizeof library_text, "%s", strerror(code));
+    return library_text;
+  }
   for (const auto& cn : code_names)
     if (cn.code == code) return cn.name;
   snprintf(unknown_code, sizeof unknown_code, "unspecified errno: %i", errno);

@@ -75,6 +75,7 @@ class ExecUt {
   [[noreturn]] void throw_error(int line, const char* file);
   // Counts and prints a reported line; the run goes on.
   void ERROR(const char* text);
+  // The name of an error code; the text stays valid until the next call.
   const char* err_name(int code);
 
   void show_str(const char* name, const char* text);
@@ -110,6 +111,7 @@ class ExecUt {
   char header[12 + msg_size + 64];
   char show_buf[6400];
   char unknown_code[64];
+  char library_text[128];  // err_name's copy of the library's text
 };
 
 extern ExecUt exut;

@@ -71,6 +71,12 @@ class rBuffer : public standard {
   char* s_to_not_Blank(int skip, FILE* out, int c);
   const char* value_of(const char* key, const char* if_blank, const char* if_none);
   char* find3(FILE* out, const char* str1, const char* str2, const char* str3);
+  // Behind the ">" of the end tag "</name" that closes the tag at p, with
+  // nested "<name" counted; the search starts at p + k, which must lie in
+  // the window (p + k up to `e`).  No end tag fails.
+  // Behind the ">" of the end tag "</name" that closes the tag at p, with
+  // nested "<name" counted; the search starts at p + k, which must lie in
+  // the window (p + k up to `e`).  No end tag fails.
   char* tag_end(int k, char* p, const char* name);
   char* skip_comment(FILE* out);
   void include_walk(const char* key, const char* out_name, const char* conv_name);

@@ -263,7 +263,9 @@ int rBuffer::locate(int from, const char* str, int len) {
 
 char* rBuffer::tag_end(int k, char* p, const char* name) {
   int pi = (int)(p - z);
-  if (!name || !*name || pi < low || pi > e) {
+  // The search starts k characters behind p and looks one character back:
+  // that whole range must lie in the window.
+  if (!name || !*name || pi < low || k < 0 || pi + k <= low || pi + k > e) {
     exut.show_str("str", name);
     exut.fail(__LINE__, src, "System: rBuffer.tag_end outside the window of %s", f_name);
   }

@@ -99,6 +99,10 @@ class safe_uts {
   void skip_brackets(char** p, int open, int close);
 
   // --------------------------------------------------------------- showing
+  // Prints at most n characters of the text p (11 for n of 0), never past
+  // its end.
+  // Prints at most n characters of the text p (11 for n of 0), never past
+  // its end.
   void show_text(const char* name, const char* p, int n);
 
   // ---------------------------------------------------------- date, time

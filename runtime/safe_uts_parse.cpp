@@ -332,7 +332,8 @@ void safe_uts::show_text(const char* name, const char* p, int n) {
   if (n == 0) n = 11;
   if (n > 3000) n = 3000;
   std::string copy;
-  for (int i = 0; p && i < n; i++) copy += p[i] ? p[i] : '?';
+  // `n` is a most: the text may end before (callers pass a fixed length).
+  if (p && n > 0) copy.assign(p, strnlen(p, n));
   printf("\n%s = ...[%s]... call_nr %i\n", name ? name : "", copy.c_str(), (int)call_nr);
   if (name && name[0] == '?')
     for (unsigned char ch : copy) printf(" %u", ch);

@@ -83,6 +83,32 @@ class TempDir {
   std::filesystem::path old_;
 };
 
+// A stream that writes into memory, released however the scope is left
+// (also when the code under test throws).
+class MemOut {
+ public:
+  MemOut() : f_(open_memstream(&buf_, &len_)) {
+    if (!f_) abort();
+  }
+  ~MemOut() {
+    fclose(f_);
+    free(buf_);
+  }
+  MemOut(const MemOut&) = delete;
+  MemOut& operator=(const MemOut&) = delete;
+  FILE* get() const { return f_; }
+  // What was written so far.
+  std::string text() {
+    fflush(f_);
+    return std::string(buf_, len_);
+  }
+
+ private:
+  char* buf_ = nullptr;
+  size_t len_ = 0;
+  FILE* f_;
+};
+
 inline void write_file(const std::string& name, const std::string& text) {
   std::filesystem::path p(name);
   if (p.has_parent_path()) std::filesystem::create_directories(p.parent_path());

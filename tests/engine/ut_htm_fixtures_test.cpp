@@ -63,13 +63,9 @@ int longest_blank_run(const std::string& text) {
   int run = 0, longest = 0;
   for (char* p = strstr(t.data(), "<p"); p; p = strstr(p + 2, "<p")) {
     if (p[2] != ' ' && p[2] != '>') continue;
-    char* buf = nullptr;
-    size_t len = 0;
-    FILE* out = open_memstream(&buf, &len);
-    char* rest = ut.norm_para(out, p + 2, 0, end);
-    fclose(out);
-    std::string head(buf, len);
-    free(buf);
+    testutil::MemOut out;
+    char* rest = ut.norm_para(out.get(), p + 2, 0, end);
+    std::string head = out.text();
     bool empty = strncasecmp(rest, "</p", 3) == 0;
     if (!empty)
       run = 0;

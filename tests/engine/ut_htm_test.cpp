@@ -194,15 +194,10 @@ TEST(UtHtmPoints, ToPoints) {
 // where the caller goes on.
 std::string norm(ut_htm& ut, const std::string& text, int margin, std::string* rest = nullptr) {
   std::string t = text;
-  char* buf = nullptr;
-  size_t len = 0;
-  FILE* out = open_memstream(&buf, &len);
-  char* r = ut.norm_para(out, t.data(), margin, t.data() + t.size());
-  fclose(out);
-  std::string written(buf, len);
-  free(buf);
+  testutil::MemOut out;
+  char* r = ut.norm_para(out.get(), t.data(), margin, t.data() + t.size());
   if (rest) *rest = r;
-  return written;
+  return out.text();
 }
 
 TEST(UtHtmNormPara, MarginsBulletsAndLayout) {

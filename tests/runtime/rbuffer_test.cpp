@@ -333,6 +333,21 @@ TEST(RBufferFind, TagEndCountsNesting) {
   EXPECT_EQ(std::string(end, 4), "rest");
 }
 
+// A start k characters behind p that lies past the text is refused with a
+// report, never searched from.
+TEST(RBufferFind, TagEndStartPastTheTextFails) {
+  rBuffer rb;
+  std::string t = "<table>in</table>\n";
+  rb.scan_text(t.c_str(), (int)t.size(), "");
+  std::string said = failure_of([&] { rb.tag_end(40, rb.z + rb.e - 2, "table"); });
+  EXPECT_NE(said.find("tag_end outside the window"), std::string::npos) << said;
+  said = failure_of([&] { rb.tag_end(-1, rb.z, "table"); });
+  EXPECT_NE(said.find("tag_end outside the window"), std::string::npos) << said;
+  // Up to the end itself is a start: nothing is left to find there.
+  said = failure_of([&] { rb.tag_end(2, rb.z + rb.e - 2, "table"); });
+  EXPECT_NE(said.find("no end tag of table"), std::string::npos) << said;
+}
+
 // -------------------------------------------------------- conversions
 
 TEST(RBufferConvert, TwoCharsAndRtfControlBytes) {

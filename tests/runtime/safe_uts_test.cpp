@@ -126,6 +126,22 @@ TEST(SafeUtsOutput, SprintfNamesTheNullArgument) {
   EXPECT_NE(o.find("The 4.th argument of Sprintf() is NULL"), std::string::npos) << o;
 }
 
+// The length is a most: a shorter text is shown to its end and no further
+// (callers pass 20 to 100 for texts of any length).
+TEST(SafeUtsOutput, ShowTextEndsWithTheText) {
+  char two[] = "ab";
+  char three[] = {'x', 'y', 'z'};  // no NUL: the length bounds the show
+  testing::internal::CaptureStdout();
+  safe_ut.show_text("s", two, 40);
+  safe_ut.show_text("?c", three, 2);
+  safe_ut.show_text("n", "0123456789abcdef", 0);
+  std::string o = testing::internal::GetCapturedStdout();
+  EXPECT_NE(o.find("\ns = ...[ab]... call_nr "), std::string::npos) << o;
+  EXPECT_NE(o.find("\n?c = ...[xy]... call_nr "), std::string::npos) << o;
+  EXPECT_NE(o.find(" 120 121"), std::string::npos) << o;
+  EXPECT_NE(o.find("\nn = ...[0123456789a]... "), std::string::npos) << o;
+}
+
 TEST(SafeUtsSyntax, ChecksPrintAndAnswer) {
   testing::internal::CaptureStdout();
   EXPECT_TRUE(safe_ut.in_set('a', "abc", "x"));
