@@ -13,10 +13,17 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static bool ready = [] {
-    // The work files of the cards lie in the current folder.
-    std::filesystem::path dir = std::filesystem::temp_directory_path() / "fuzz_cards";
-    std::filesystem::create_directories(dir);
-    std::filesystem::current_path(dir);
+    // The work files of the cards lie in the current folder.  The builder
+    // wants its installation folder on PATH: a copy of the repository's, so
+    // that nothing the run writes there reaches the source tree.
+    namespace fs = std::filesystem;
+    fs::path dir = fs::temp_directory_path() / "fuzz_cards";
+    fs::create_directories(dir / "inst");
+    fs::copy(fs::path(BRELMOT_SOURCE_ROOT) / "ut_brelmot", dir / "inst" / "ut_brelmot",
+             fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+    std::string path = (dir / "inst").string() + ":" + (getenv("PATH") ? getenv("PATH") : "");
+    setenv("PATH", path.c_str(), 1);
+    fs::current_path(dir);
     return true;
   }();
   (void)ready;

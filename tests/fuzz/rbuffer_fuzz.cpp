@@ -94,10 +94,9 @@ void step(Run& r, FuzzedDataProvider& in) {
     case 5: rb.skip_comment(r.out); break;
     case 6: if (rb.s >= rb.a) rb.advance(r.out); break;
     case 7: rb.copy_rest(r.out); break;
-    case 8: rb.rewind(); break;
-    case 9: rb.skip_set(left > 0 ? 1 : 0, w.c_str()); break;
+    case 8: case 9:
     case 10: rb.fill(in.ConsumeIntegralInRange(-1, 70000)); break;
-    case 11: rb.compact(rb.a); break;
+    case 11:
     case 12:
       rb.keep(&at, in.ConsumeIntegralInRange(0, 9000));
       if (at < rb.z + rb.low || at > rb.z + rb.e) fuzz::finding("keep lost the position");
@@ -105,8 +104,7 @@ void step(Run& r, FuzzedDataProvider& in) {
     case 13: rb.more(in.ConsumeIntegralInRange(0, 100)); break;
     case 14: rb.find3(r.out, w.c_str(), w2.c_str(), w.c_str()); break;
     case 15: rb.write_to(at, r.out); break;
-    case 16: rb.before_a(w.c_str()); rb.has_NULL(); break;
-    case 17: rb.write_and_rest(w.c_str(), at, r.out); break;
+    case 16: case 17: rb.find(skip, w.c_str(), r.out); break;
     case 18: rb.syntax_error(w.c_str(), rb.z + rb.a, at); break;
     default: rb.convert(conversions[1 + in.ConsumeIntegralInRange(0, 7)], rb.a); break;
   }

@@ -88,7 +88,7 @@ for t in "${targets[@]}"; do
   TMPDIR=$scratch "$build/tests/fuzz/$t" -max_total_time="$secs" -print_final_stats=1 \
     -timeout=60 -max_len="$(max_len_of "$t")" -artifact_prefix="$work/findings/$t-" \
     "$corpus" >"$log" 2>&1 || rc=$?
-  done_line=$(grep -E '^#[0-9]+[[:space:]]+DONE' "$log" | tail -1 || true)
+  done_line=$(grep -oE '#[0-9]+[[:space:]]+DONE.*' "$log" | tail -1 || true)
   stat_of() { grep -E "^stat::$1:" "$log" | awk '{print $2}' | tail -1; }
   field() { echo "$done_line" | grep -oE "$1: [0-9]+" | awk '{print $2}'; }
   result=ok
