@@ -16,14 +16,10 @@
 
 namespace {
 
+using cut_text::find_in;
+using cut_text::starts;
+
 const char* const SRC = "section_close";
-
-bool starts(const char* p, const char* s) { return strncmp(p, s, strlen(s)) == 0; }
-
-const char* find_in(const char* from, const char* to, const char* needle) {
-  if (to <= from) return nullptr;
-  return static_cast<const char*>(memmem(from, to - from, needle, strlen(needle)));
-}
 
 FILE* create(const std::string& name) { return safe_ut.open_FILE(name.c_str(), "w"); }
 

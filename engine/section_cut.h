@@ -4,12 +4,24 @@
 #pragma once
 
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include "engine/ut_htm.h"
 
 class rBuffer;
+
+// Text helpers the steps of the cut share.
+namespace cut_text {
+inline bool starts(const char* p, const char* s) { return strncmp(p, s, strlen(s)) == 0; }
+inline bool starts(const std::string& s, const char* t) { return s.compare(0, strlen(t), t) == 0; }
+// The first `needle` in [from, to), or null.
+inline const char* find_in(const char* from, const char* to, const char* needle) {
+  if (to <= from) return nullptr;
+  return static_cast<const char*>(memmem(from, to - from, needle, strlen(needle)));
+}
+}  // namespace cut_text
 
 // A semi title as a key of `semiKeys`: lower case, without blanks.
 std::string semi_key(const std::string& title);

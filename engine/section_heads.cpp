@@ -12,14 +12,10 @@
 
 namespace {
 
+using cut_text::find_in;
+using cut_text::starts;
+
 const char* const SRC = "section_heads";
-
-bool starts(const std::string& s, const char* t) { return s.compare(0, strlen(t), t) == 0; }
-
-const char* find_in(const char* from, const char* to, const char* needle) {
-  if (to <= from) return nullptr;
-  return static_cast<const char*>(memmem(from, to - from, needle, strlen(needle)));
-}
 
 // Word's own contents: a section with such a title removes its page.
 bool contents_title(const std::string& t) {

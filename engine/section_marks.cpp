@@ -14,14 +14,10 @@
 
 namespace {
 
+using cut_text::find_in;
+using cut_text::starts;
+
 const char* const SRC = "section_marks";
-
-bool starts(const char* p, const char* s) { return strncmp(p, s, strlen(s)) == 0; }
-
-const char* find_in(const char* from, const char* to, const char* needle) {
-  if (to <= from) return nullptr;
-  return static_cast<const char*>(memmem(from, to - from, needle, strlen(needle)));
-}
 
 // The end of the tag that starts at `p`, failing when the window has none.
 const char* tag_close(rBuffer& rb, const char* p) {

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <string>
 
+#include "engine/css_text.h"
 #include "engine/section_cut.h"
 #include "runtime/exec_ut.h"
 #include "runtime/rbuffer.h"
@@ -15,19 +16,15 @@
 
 namespace {
 
-const char* const SRC = "sections";
+using cut_text::find_in;
+using cut_text::starts;
 
-bool starts(const char* p, const char* s) { return strncmp(p, s, strlen(s)) == 0; }
+const char* const SRC = "sections";
 
 // The end of the window as a bound for the text helpers.
 char* window_end(rBuffer& rb) { return rb.z + rb.e; }
 
 bool is_file(const char* name) { return safe_ut.ok_is_a(name) == 'f'; }
-
-const char* find_in(const char* from, const char* to, const char* needle) {
-  if (to <= from) return nullptr;
-  return static_cast<const char*>(memmem(from, to - from, needle, strlen(needle)));
-}
 
 // Properties a class keeps only as part of the fixed sheet.
 const char* const dropped_props[] = {"font-family", "font-size", "margin", "text-", "mso-",
@@ -196,15 +193,7 @@ void doc_splitter::read_class(const std::string& name, const std::string& body, 
   c.nr = (int)classes.size() + 11;
   fprintf(css, "/*?- %s */", name.c_str());
   std::string spec2 = " font-family:Arial;  margin: 6pt 0pt .0001pt 0pt; ";
-  size_t i = 0;
-  while (i < body.size()) {
-    size_t j = body.find(';', i);
-    if (j == std::string::npos) j = body.size();
-    std::string prop = body.substr(i, j - i);
-    i = j + 1;
-    size_t f = prop.find_first_not_of(" \t\r\n");
-    if (f == std::string::npos) continue;
-    std::string pr = prop.substr(f);
+  each_declaration(body, " \t\r\n", [&](const std::string& prop, const std::string& pr, bool last) {
     if (pr.compare(0, 11, "margin-left") == 0) {
       size_t colon = pr.find(':');
       if (colon != std::string::npos) {
@@ -216,13 +205,13 @@ void doc_splitter::read_class(const std::string& name, const std::string& body, 
     }
     if (pr.compare(0, 17, "text-align:center") == 0) {
       spec2 += "text-align:center;";
-      continue;
+      return;
     }
     bool drop = false;
     for (const char* d : dropped_props)
       if (pr.compare(0, strlen(d), d) == 0) drop = true;
-    if (!drop) spec2 += prop + (j < body.size() ? ";" : "");
-  }
+    if (!drop) spec2 += prop + (last ? "" : ";");
+  });
   c.spec2 = spec2;
   for (const css_class& old : classes)
     if (old.spec2 == spec2) {

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "engine/css_text.h"
 #include "engine/ut_htm.h"
 #include "runtime/exec_ut.h"
 #include "runtime/safe_uts.h"
@@ -21,20 +22,11 @@ bool dropped_decl(const std::string& d) {
 // One rule body reduced; empty when the rule is dropped whole.
 std::string reduce_rule(const std::string& body, bool& drop) {
   std::string r;
-  size_t i = 0;
   drop = false;
-  while (i < body.size()) {
-    size_t j = body.find(';', i);
-    if (j == std::string::npos) j = body.size();
-    std::string d = body.substr(i, j - i);
-    i = j + 1;
-    size_t f = d.find_first_not_of(" \t\n");
-    if (f == std::string::npos) continue;
-    d = d.substr(f);
+  each_declaration(body, " \t\n", [&](const std::string&, const std::string& d, bool) {
     if (d.compare(0, 12, "display:none") == 0) drop = true;
-    if (dropped_decl(d)) continue;
-    r += " " + d + ";";
-  }
+    if (!dropped_decl(d)) r += " " + d + ";";
+  });
   return r;
 }
 

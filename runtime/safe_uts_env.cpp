@@ -8,6 +8,7 @@
 #include "runtime/os_env.h"
 #include "runtime/safe_uts.h"
 #include "runtime/safe_uts_internal.h"
+#include "runtime/text_pieces.h"
 
 namespace {
 const char* const SRC = "safe_uts_env";
@@ -140,21 +141,18 @@ namespace {
 // or is quoted.
 template <class F>
 void each_setting(const std::string& text, F f) {
-  size_t i = 0;
-  while (i < text.size()) {
-    size_t e = text.find('\n', i);
-    if (e == std::string::npos) e = text.size();
-    std::string line = text.substr(i, e - i);
-    i = e + 1;
+  bool done = false;  // f found what it wanted: the rest is passed over
+  each_piece(text, '\n', [&](const std::string& line, bool) {
+    if (done) return;
     size_t k = line.find_first_not_of(" \t");
-    if (k == std::string::npos || strncasecmp(line.c_str() + k, "set ", 4) != 0) continue;
+    if (k == std::string::npos || strncasecmp(line.c_str() + k, "set ", 4) != 0) return;
     k = line.find_first_not_of(" \t", k + 4);
-    if (k == std::string::npos) continue;
+    if (k == std::string::npos) return;
     size_t eq = line.find('=', k);
-    if (eq == std::string::npos || eq == k) continue;
+    if (eq == std::string::npos || eq == k) return;
     std::string name = line.substr(k, eq - k);
     while (!name.empty() && (name.back() == ' ' || name.back() == '\t')) name.pop_back();
-    if (name.empty() || name.find_first_of(" \t") != std::string::npos) continue;
+    if (name.empty() || name.find_first_of(" \t") != std::string::npos) return;
     std::string value;
     size_t v = eq + 1;
     if (v < line.size() && line[v] == '"') {
@@ -164,8 +162,8 @@ void each_setting(const std::string& text, F f) {
       size_t w = line.find_first_of(" \t\r", v);
       value = line.substr(v, w == std::string::npos ? std::string::npos : w - v);
     }
-    if (f(name, value)) return;
-  }
+    if (f(name, value)) done = true;
+  });
 }
 std::string& env_found() {
   static auto* s = new std::string;
