@@ -52,6 +52,11 @@ inline int end_status_of(const std::function<void()>& fn, std::string* out = nul
 }
 
 // How often `part` stands in `text`.
+// Whether `part` stands in `text`.
+inline bool has(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
 inline int count_of(const std::string& text, const std::string& part) {
   int n = 0;
   for (size_t k = text.find(part); k != std::string::npos; k = text.find(part, k + 1)) n++;

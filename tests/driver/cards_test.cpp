@@ -17,17 +17,12 @@ using testutil::write_file;
 
 namespace {
 
+using testutil::count_of;
+using testutil::has;
+
 std::string exe_dir() { return fs::path(BRELMOT_EXE).parent_path().string(); }
 
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
-int count_of(const std::string& text, const std::string& part) {
-  int n = 0;
-  for (size_t k = text.find(part); k != std::string::npos; k = text.find(part, k + 1)) n++;
-  return n;
-}
 
 class Cards : public ::testing::Test {
  protected:

@@ -21,6 +21,9 @@ using testutil::write_file;
 
 namespace {
 
+using testutil::count_of;
+using testutil::has;
+
 const char snapshot[] =
     "<html><head><meta http-equiv=Content-Type content=\"text/html; charset=windows-1252\">\n"
     "<title>T</title>\n<style>\n<!--\nh1\n\t{font-size:16.0pt;}\n-->\n</style></head>\n"
@@ -39,15 +42,7 @@ void word_doc(const std::string& path) {
 // The value of `key` in one of the trees of DocDes, "-" when it is absent.
 std::string in(Btree& t, const std::string& key) { return tree_value(t, key).value_or("-"); }
 
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
-int count_of(const std::string& text, const std::string& part) {
-  int n = 0;
-  for (size_t k = text.find(part); k != std::string::npos; k = text.find(part, k + 1)) n++;
-  return n;
-}
 
 // The installation beside the built program is found through PATH.
 class InProcess : public ::testing::Test {

@@ -18,15 +18,15 @@ using testutil::write_file;
 
 namespace {
 
+using testutil::count_of;
+using testutil::has;
+
 std::string installation() {
   return (fs::path(BRELMOT_EXE).parent_path() / "ut_brelmot").string();
 }
 std::string guide_rtf() { return installation() + "/brelmotWebs.rtf"; }
 std::string guide_htm() { return installation() + "/publish/brelmotWebs.htm"; }
 
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
 // Groups open and close in order, and nothing follows the outermost one.
 bool rtf_groups_balance(const std::string& rtf) {

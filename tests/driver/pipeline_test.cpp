@@ -18,12 +18,12 @@ using testutil::write_file;
 
 namespace {
 
+using testutil::count_of;
+using testutil::has;
+
 const char* const day1 = "SOURCE_DATE_EPOCH=1700000000";  // 2023.11.14
 const char* const day2 = "SOURCE_DATE_EPOCH=1700086400";  // 2023.11.15
 
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
 std::string env(const char* date) {
   std::string dir = fs::path(BRELMOT_EXE).parent_path().string();

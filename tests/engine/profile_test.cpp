@@ -11,6 +11,9 @@
 
 namespace {
 
+using testutil::count_of;
+using testutil::has;
+
 using testutil::file_exists;
 using testutil::read_file;
 using testutil::write_file;
@@ -22,9 +25,6 @@ class FixedClock {
   ~FixedClock() { unsetenv("SOURCE_DATE_EPOCH"); }
 };
 
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
 // A web of two documents, "Billing Design" (number 2, pages 5 to 7) and
 // "Manual" (number 3, page 9), with their sections as the page cut
