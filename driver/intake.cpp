@@ -204,8 +204,9 @@ std::string DocDes::pattern_page(int n, const std::string& src, const std::strin
 // returns the page's copy there.
 std::string DocDes::closure_of(int n, const std::string& src, const std::string& docDir) {
   std::string top = absolute(src);
-  local_dir = safe_ut.cwd();
-  safe_ut.change_dir(docDir.c_str());
+  folder_guard here;  // back in the build's folder also when a failure passes
+  local_dir = here.before();
+  here.enter(docDir.c_str());
   visited.init(nullptr, 0);
   closure_targets.init(nullptr, 0);
   closure_nr = 0;
@@ -217,7 +218,7 @@ std::string DocDes::closure_of(int n, const std::string& src, const std::string&
   for (const std::string& name : safe_ut.list_dir("."))
     if (name.find(',') != std::string::npos && safe_ut.ok_is_a(name.c_str()) == 'f')
       safe_ut.remove_file(name.c_str());
-  safe_ut.change_dir(local_dir.c_str());
+  here.back();
   return docDir + "/" + base_of(top);
 }
 
