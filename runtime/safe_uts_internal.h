@@ -30,7 +30,8 @@ inline std::string expanded(const char* name) {
 }
 
 // The errors of `stat` that only mean "not there".
-inline bool not_there(int e) { return e == ENOENT || e == ENOTDIR; }
+// A name that is too long for the file system cannot be there either.
+inline bool not_there(int e) { return e == ENOENT || e == ENOTDIR || e == ENAMETOOLONG; }
 
 inline std::string strip_slashes(std::string p) {
   while (p.size() > 1 && p.back() == '/') p.pop_back();

@@ -262,3 +262,17 @@ TEST(LinkCheck, CommandLine) {
 }
 
 }  // namespace
+
+// A reference whose one step is longer than a name may be cannot exist: it
+// is a broken reference like any other, and the check goes on.
+TEST(LinkCheck, StepLongerThanANameIsBroken) {
+  testutil::TempDir tmp;
+  write_file("xs_s/a.htm", "<a href=\"" + std::string(300, 'x') + ".htm\">long</a>\n"
+                           "<a href=\"gone.htm\">gone</a>\n");
+  ut_htmst ut;
+  testing::internal::CaptureStdout();
+  int broken = ut.check_tree("xs_s", nullptr, safe_uts::now());
+  std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(broken, 2) << out;
+  EXPECT_NE(out.find("gone"), std::string::npos) << out;
+}
