@@ -39,6 +39,19 @@ bool items_overlap(const Btree_page* p, int sp) {
   return false;
 }
 
+// True when the keys of page p do not ascend, which every search relies on:
+// strictly on a data page (from cell 1, behind the sentinel), never
+// downwards on an index page.  The keys are the page's own parts behind its
+// shared prefix, so they compare as the whole keys do.
+bool keys_out_of_order(const Btree_page* p) {
+  for (int i = p->t ? 1 : 2; i < p->e; i++) {
+    int a = p->cell[i - 1].ak, b = p->cell[i].ak;
+    int c = cmp_bytes(p->c + a + bf::key_head, p->c[a], p->c + b + bf::key_head, p->c[b]);
+    if (c > 0 || (c == 0 && !p->t)) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 void Btree::broken(const Btree_page* p, int line, const char* format, ...) {
@@ -96,6 +109,7 @@ const char* Btree::page_fault(const Btree_page* p) const {
   }
   if (!p->t && p->cell[0].ak - sp < p->h) return "shared prefix position";
   if (items_overlap(p, sp)) return "overlapping items";
+  if (keys_out_of_order(p)) return "keys out of order";
   return nullptr;
 }
 

@@ -54,7 +54,7 @@ seeds_of() {
                            "$fixtures"/word-html/*.htm* ;;
     wconf_fuzz) ls -d "$src"/tests/fuzz/seeds/wconf/* "$src"/examples/sample/wconf \
                       "$src"/ut_brelmot/doc/sample_* ;;
-    btree_file_fuzz) ls -d "$work"/made/btree_file/* "$fixtures"/damaged-btree/*.btree ;;
+    btree_file_fuzz) ls -d "$work"/made/btree_file/* "$fixtures"/damaged-btree/*.btree "$src"/tests/fuzz/seeds/btree_file/* ;;
     btree_ops_fuzz) ls -d "$work"/made/btree_ops/* ;;
     cards_fuzz|sections_fuzz) ls -d "$src"/examples/sample/publish/*.htm "$src"/ut_brelmot/doc/publish/*.htm ;;
     profile_fuzz) ls -d "$src"/tests/fuzz/seeds/profile/* ;;

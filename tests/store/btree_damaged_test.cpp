@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "runtime/exec_ut.h"
 #include "store/Btree.h"
@@ -103,6 +104,9 @@ TEST(BtreeDamaged, ItemsThatShareBytesAreRefused) {
       // The shared prefix, stored below the sentinel's key, runs into another
       // item.
       [](Btree_page& p) { p.c[Btree::spare_pos] = 4; },
+      // Two keys change places: a search would miss both, and a key inserted
+      // between them would be lost to the next lookup.
+      [](Btree_page& p) { std::swap(p.cell[9].ak, p.cell[10].ak); },
   };
   for (auto damage : damages) {
     std::string bad = damaged(sound, damage);
@@ -119,7 +123,7 @@ TEST(BtreeDamaged, ItemsThatShareBytesAreRefused) {
     expect_refused(failure_of([&] { t.StrIns('e', "other key", "x"); }), "bad.bt");
     expect_refused(failure_of([&] { t.commit(); }), "bad.bt");
   }
-  EXPECT_TRUE(testutil::read_file("bad.bt") == damaged(sound, damages[3]));
+  EXPECT_TRUE(testutil::read_file("bad.bt") == damaged(sound, damages[4]));
   // The sound file itself takes all insertions, through compaction and splits.
   testutil::write_file("sound.bt", sound);
   {
