@@ -10,7 +10,9 @@
 #
 # Seconds default to 30; targets to all of them.  BRELMOT_FUZZ_BUILD and
 # BRELMOT_FUZZ_WORK move the build folder and the work folder (default
-# <build>/fuzz-run, emptied at the start).  Seeds: tests/fuzz/seeds, the
+# <build>/fuzz-run, emptied at the start); BRELMOT_FUZZ_FLAGS adds flags of
+# libFuzzer (say "-fork=1 -ignore_crashes=1" to go on past a finding).
+# Seeds: tests/fuzz/seeds, the
 # sample webs, the shared fixtures (<source root>/../shared/fixtures) and
 # the files the store's own API writes (seed_maker).
 set -euo pipefail
@@ -87,7 +89,7 @@ for t in "${targets[@]}"; do
   rc=0
   TMPDIR=$scratch "$build/tests/fuzz/$t" -max_total_time="$secs" -print_final_stats=1 \
     -timeout=60 -max_len="$(max_len_of "$t")" -artifact_prefix="$work/findings/$t-" \
-    "$corpus" >"$log" 2>&1 || rc=$?
+    ${BRELMOT_FUZZ_FLAGS:-} "$corpus" >"$log" 2>&1 || rc=$?
   done_line=$(grep -oE '#[0-9]+[[:space:]]+DONE.*' "$log" | tail -1 || true)
   stat_of() { grep -E "^stat::$1:" "$log" | awk '{print $2}' | tail -1; }
   field() { echo "$done_line" | grep -oE "$1: [0-9]+" | awk '{print $2}'; }
