@@ -13,6 +13,7 @@
 #include "driver/doc_des.h"
 #include "engine/ut_htm.h"
 #include "runtime/exec_ut.h"
+#include "runtime/owned_file.h"
 #include "runtime/rbuffer.h"
 #include "runtime/safe_uts.h"
 #include "runtime/str_set.h"
@@ -293,7 +294,8 @@ int CardPass::at_figure(const str_el* el) {
 }  // namespace
 
 void DocDes::second_card_pass(int n, const char* from, const char* to) {
-  FILE* out = safe_ut.create(to);
+  owned_FILE out_file(safe_ut.create(to));
+  FILE* out = out_file.f;
   {
     rBuffer rb(from);
     str_set set("cards2");
@@ -305,5 +307,5 @@ void DocDes::second_card_pass(int n, const char* from, const char* to) {
       copy = pass.at_mark(el);
     }
   }
-  safe_ut.close_FILE(&out, SRC, __LINE__);
+  safe_ut.close_FILE(&out_file.f, SRC, __LINE__);
 }

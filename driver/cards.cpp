@@ -12,6 +12,7 @@
 #include "driver/doc_des.h"
 #include "engine/ut_htm.h"
 #include "runtime/exec_ut.h"
+#include "runtime/owned_file.h"
 #include "runtime/rbuffer.h"
 #include "runtime/safe_uts.h"
 #include "runtime/str_set.h"
@@ -52,7 +53,8 @@ void DocDes::register_cards(int n) {
 // of pictures marked, and the anchors of the document's configured titles
 // behind it.
 void DocDes::first_card_pass(int n, const char* from, const char* to) {
-  FILE* out = safe_ut.create(to);
+  owned_FILE out_file(safe_ut.create(to));
+  FILE* out = out_file.f;
   {
     rBuffer rb(from);
     if (!rb.find(14, "<body", out))
@@ -107,7 +109,7 @@ void DocDes::first_card_pass(int n, const char* from, const char* to) {
     }
     put_semis(out, n);
   }
-  safe_ut.close_FILE(&out, SRC, __LINE__);
+  safe_ut.close_FILE(&out_file.f, SRC, __LINE__);
 }
 
 // The anchors of the titles configured for document `nr`.
@@ -188,7 +190,8 @@ std::string DocDes::also_hot(const std::string& text, const std::string& word,
 // Each line end, with the white space that leads the next line, becomes
 // one blank.
 void DocDes::prune_NL(const char* from, const char* to) {
-  FILE* out = safe_ut.create(to);
+  owned_FILE out_file(safe_ut.create(to));
+  FILE* out = out_file.f;
   {
     rBuffer rb(from);
     while (rb.find(0, "\n", out)) {
@@ -197,7 +200,7 @@ void DocDes::prune_NL(const char* from, const char* to) {
       while (rb.a < rb.e && (rb.z[rb.a] == ' ' || rb.z[rb.a] == '\t' || rb.z[rb.a] == '\n')) rb.a++;
     }
   }
-  safe_ut.close_FILE(&out, SRC, __LINE__);
+  safe_ut.close_FILE(&out_file.f, SRC, __LINE__);
 }
 
 void DocDes::correct_style(const char* from, const char* to) {

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "runtime/owned_file.h"
 #include "runtime/safe_uts.h"
 
 namespace clean_detail {
@@ -52,18 +53,6 @@ inline std::string pic_tail(const char* from, const char* to) {
 
 // The output file of a pass.  The pass closes it; when a failure leaves
 // the pass, this closes it, so that no open file keeps the pass's buffer.
-struct Output {
-  FILE* f = nullptr;
-  Output() = default;
-  Output(const Output&) = delete;
-  Output& operator=(const Output&) = delete;
-  ~Output() {
-    if (!f) return;
-    try {
-      safe_ut.close_FILE(&f, SRC, __LINE__);
-    } catch (...) {
-    }
-  }
-};
+using Output = owned_FILE;  // the output of the pass that runs
 
 }  // namespace clean_detail

@@ -15,6 +15,7 @@
 #include "runtime/os_env.h"
 #include "runtime/os_stream.h"
 #include "runtime/safe_uts.h"
+#include "runtime/owned_file.h"
 #include "runtime/safe_uts_internal.h"
 #include "runtime/text_mode.h"
 
@@ -553,5 +554,13 @@ FILE* safe_uts::tmp_file(char* name_out, const char* dir) {
     errno = 0;
     count_open("tmp", f, name_out);
     return f;
+  }
+}
+
+owned_FILE::~owned_FILE() {
+  if (!f) return;
+  try {
+    safe_ut.close_FILE(&f, SRC, __LINE__);
+  } catch (...) {  // a failure is already passing through
   }
 }

@@ -171,3 +171,25 @@ TEST(Registration, VersionsKeepTheirDateUntilTheSizeChanges) {
 }
 
 }  // namespace
+
+// A page the cards refuse ends with the tracker's report and leaves no file
+// open behind it: a run that goes on (a test, a fuzzing run) keeps its
+// handles.
+TEST_F(Cards, RefusedPageLeavesNoFileOpen) {
+  auto open_handles = [] {
+    int n = 0;
+    for (auto it = fs::directory_iterator("/proc/self/fd"); it != fs::directory_iterator(); ++it) n++;
+    return n;
+  };
+  DocDes d;
+  d.web.comms.resize(3);
+  d.web.comms[2].nr = "2";
+  d.web.comms[2].com = 'e';
+  write_file("2.tm1", "<html><head></head>\nno body here\n</html>\n");
+  int before = open_handles();
+  for (int i = 0; i < 3; i++) {
+    EXPECT_THROW(d.register_cards(2), const char*);
+    exut.reset_after_failure();
+  }
+  EXPECT_EQ(open_handles(), before);
+}
