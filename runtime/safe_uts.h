@@ -87,6 +87,9 @@ class safe_uts {
   // --------------------------------------------------------------- syntax
   bool in_set(int c, const char* set, const char* at);
   bool same_text(const char* s, const char* t);
+  // Ends the run with a syntax error unless `at` begins with `text`; shows
+  // the line of `at`, looking back to its start: a newline or a NUL must
+  // stand before it in the caller's buffer (at most 400 bytes back).
   void expected(int line, const char* file, const char* at, const char* text);
   int check_len(int min, int max, const char* s, const char* file, int line);
 

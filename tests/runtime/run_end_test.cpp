@@ -16,7 +16,10 @@ TEST(RunEnd, LastWordsThenTheStatus) {
   std::string out;
   EXPECT_EQ(end_status_of([] { safe_ut.done_exit(3); }, &out), 3);
   EXPECT_EQ(out, "\nDONE, exit with rc = 3\n");
-  EXPECT_EQ(end_status_of([] { safe_ut.expected(7, "x", "abc\ndef", "abd"); }, &out), 1);
+  // As in every caller, the text stands in a buffer that has a line start
+  // before it: expected() looks back to it.
+  static const char buffer[] = "\nabc\ndef";
+  EXPECT_EQ(end_status_of([] { safe_ut.expected(7, "x", buffer + 1, "abd"); }, &out), 1);
   EXPECT_NE(out.find("Syntax Error in Spalte 0:"), std::string::npos) << out;
   EXPECT_NE(out.find("found: [abc\ndef]"), std::string::npos) << out;
   TempDir t;
