@@ -186,7 +186,9 @@ int CardPass::at_see() {
   if (end < 0 || (close >= 0 && close < end)) end = close < 0 ? rb.a + 4 : close;
   const char* q = d;
   while (isdigit((unsigned char)*q)) q++;
-  std::string text = trim(std::string(q, rb.z + end - q));
+  // Without "]" and "</p>" the card has no title text: the end then lies at
+  // the digits, before q.
+  std::string text = rb.z + end > q ? trim(std::string(q, rb.z + end - q)) : std::string();
   fprintf(out, "\n%s<h:><p><a name=\"%i\"></a>%s</p>", first_card ? "<p ></p>" : card_close,
           ++des.card_anchor, text.c_str());
   first_card = false;

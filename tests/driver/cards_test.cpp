@@ -193,3 +193,12 @@ TEST_F(Cards, RefusedPageLeavesNoFileOpen) {
   }
   EXPECT_EQ(open_handles(), before);
 }
+
+// A forced card whose line has neither "]" nor "</p>" gets no title text and
+// the pass goes on behind it.
+TEST_F(Cards, ForcedCardWithoutItsEndHasNoTitle) {
+  DocDes d;
+  std::string s = marked(d, "<h1>1 Intro</h1><p>x</p>\n[see12 and nothing closes it");
+  EXPECT_TRUE(has(s, "<h:><p><a name=")) << s;
+  EXPECT_TRUE(has(s, "and nothing closes it")) << s;
+}

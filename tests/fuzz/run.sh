@@ -58,7 +58,8 @@ seeds_of() {
                       "$src"/ut_brelmot/doc/sample_* ;;
     btree_file_fuzz) ls -d "$work"/made/btree_file/* "$fixtures"/damaged-btree/*.btree "$src"/tests/fuzz/seeds/btree_file/* ;;
     btree_ops_fuzz) ls -d "$work"/made/btree_ops/* ;;
-    cards_fuzz|sections_fuzz) ls -d "$src"/examples/sample/publish/*.htm "$src"/ut_brelmot/doc/publish/*.htm ;;
+    cards_fuzz|sections_fuzz) ls -d "$src"/examples/sample/publish/*.htm "$src"/ut_brelmot/doc/publish/*.htm \
+                             "$src"/tests/fuzz/seeds/cards/* ;;
     profile_fuzz) ls -d "$src"/tests/fuzz/seeds/profile/* ;;
   esac 2>/dev/null || true
 }
