@@ -202,6 +202,7 @@ class Btree : public standard {
   void check_descr();
   const char* page_fault(const Btree_page* p) const;
   void validate_loaded(const Btree_page* p);
+  void check_son(int l);
 
   // Search and position (Btree_search.cpp), retrieval (Btree_get.cpp).
   bool seek(const char* k, int kL, bool to_write);

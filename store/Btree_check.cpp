@@ -52,6 +52,13 @@ bool keys_out_of_order(const Btree_page* p) {
   return false;
 }
 
+// The order of the whole keys of cell i of page a and cell j of page b.
+int cmp_cells(const Btree_page* a, int i, const Btree_page* b, int j) {
+  unsigned char x[2 * bf::max_key], y[2 * bf::max_key];
+  int xL = full_key(a, i, x), yL = full_key(b, j, y);
+  return cmp_bytes(x, xL, y, yL);
+}
+
 }  // namespace
 
 void Btree::broken(const Btree_page* p, int line, const char* format, ...) {
@@ -110,6 +117,7 @@ const char* Btree::page_fault(const Btree_page* p) const {
   if (!p->t && p->cell[0].ak - sp < p->h) return "shared prefix position";
   if (items_overlap(p, sp)) return "overlapping items";
   if (keys_out_of_order(p)) return "keys out of order";
+  if (!p->t && p->e >= 2 && cmp_cells(p, 1, p, 0) < 0) return "key below the page's lower bound";
   return nullptr;
 }
 
@@ -124,4 +132,35 @@ void Btree::validate_loaded(const Btree_page* p) {
   exut.show_int("h", p->h);
   errno = err::corrupted_data;
   broken(p, __LINE__, "System: Btree %s: page %i is damaged (%s)\n", Bfn, p->nr, what);
+}
+
+// Page l + 1 was reached through cell pos_m[l].m of page l.  What the check
+// of a single page cannot see, the descent can: the son begins with the
+// separator it was reached through (the sentinel of a data page, the first
+// separator of an index page), and its last key lies below the next
+// separator of the nearest page above that has one.  With that, every page
+// on a path holds only keys of its own range, and no page hangs below two
+// separators.  A file that breaks it is refused as damaged before a change
+// could put a key where no search finds it.
+void Btree::check_son(int l) {
+  const Btree_page* f = page[l];
+  const Btree_page* s = page[l + 1];
+  const char* what = nullptr;
+  if (cmp_cells(s, 0, f, pos_m[l].m) != 0) {
+    what = "first key is not its separator";
+  } else {
+    for (int j = l; j >= 0; j--) {
+      int next = pos_m[j].m + 1;
+      if (next >= page[j]->e) continue;
+      int c = cmp_cells(s, s->e - 1, page[j], next);
+      if (c > 0 || (c == 0 && !s->t)) what = "keys above the next separator";
+      break;
+    }
+  }
+  if (!what) return;
+  damaged_ = true;
+  exut.show_int("father", f->nr);
+  exut.show_int("cell", pos_m[l].m);
+  errno = err::corrupted_data;
+  broken(s, __LINE__, "System: Btree %s: page %i is damaged (%s)\n", Bfn, s->nr, what);
 }

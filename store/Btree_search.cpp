@@ -108,6 +108,7 @@ bool Btree::seek(const char* kc, int kL, bool to_write) {
     pos_m[deepest].m = m;
     pos_m[deepest].r = r;
     fetch_son(p, m, to_write);
+    check_son(deepest);
     deepest++;
     p = page[deepest];
   }
@@ -158,6 +159,7 @@ bool Btree::descend(int l, bool to_last) {
     uint32_t son = son_of(page[l], pos_m[l].m);
     if (l + 1 >= L_Bp) too_deep();
     if (!holds(page[l + 1], son)) visit(l + 1, son);
+    check_son(l);
     l++;
     pos_m[l].m = to_last ? page[l]->e - 1 : 0;
     pos_m[l].r = 1;

@@ -175,4 +175,65 @@ TEST(BtreeDamaged, DamagedPageAmongManyStopsEveryWrite) {
   EXPECT_TRUE(testutil::read_file("many.bt") == b) << "a page of the damaged file was written";
 }
 
+// Damage between pages, which no check of a single page sees: every page
+// stays sound on its own, but the root hangs a son below the wrong
+// separator.  A lookup, a walk and a change each refuse the file, and no
+// commit writes it, so that no key is put where no search would find it.
+TEST(BtreeDamaged, SonsBelowTheWrongSeparatorAreRefused) {
+  testutil::TempDir dir;
+  {
+    Btree t("two.bt", 1);
+    char k[32];
+    for (int i = 0; i < 3000; i++) {
+      snprintf(k, sizeof k, "key %05d", i);
+      t.StrIns('i', k, "a value that fills the pages");
+    }
+  }
+  const std::string sound = testutil::read_file("two.bt");
+  Btree_page root;
+  memcpy(static_cast<void*>(&root), sound.data(), page_bytes);
+  ASSERT_EQ(root.t, 1);
+  ASSERT_GE(root.e, 3) << "the root should have three sons at least";
+  void (*damages[])(Btree_page&) = {
+      // Two sons change places.
+      [](Btree_page& p) { std::swap(p.cell[1].surr, p.cell[2].surr); },
+      // One son hangs below two separators.
+      [](Btree_page& p) { p.cell[2].surr = p.cell[1].surr; },
+  };
+  for (auto damage : damages) {
+    std::string bad = sound;
+    Btree_page p = root;
+    damage(p);
+    memcpy(&bad[0], &p, page_bytes);
+    testutil::write_file("bad.bt", bad);
+    expect_refused(failure_of([&] {
+                     Btree t("bad.bt", 3);
+                     Btree_st s;
+                     for (unsigned x = t.GetFirst(s); x; x = t.Next(s)) {
+                     }
+                   }),
+                   "bad.bt");
+    // Keys between those of the tree, spread over all its sons.
+    expect_refused(failure_of([] {
+                     Btree t("bad.bt", 4);
+                     char k[32];
+                     for (int i = 0; i < 3000; i += 7) {
+                       snprintf(k, sizeof k, "key %05d+", i);
+                       t.StrIns('e', k, "new");
+                     }
+                     t.commit();
+                   }),
+                   "bad.bt");
+    EXPECT_TRUE(testutil::read_file("bad.bt") == bad) << "the damaged file was written";
+  }
+  // The sound file passes every check of the descent.
+  testutil::write_file("bad.bt", sound);
+  Btree t("bad.bt", 4);
+  Btree_st s;
+  int n = 0;
+  for (unsigned x = t.GetFirst(s); x; x = t.Next(s)) n++;
+  EXPECT_EQ(n, 3000);
+  EXPECT_EQ(t.StrIns('e', "key 00001", "changed"), 'u');
+}
+
 }  // namespace
