@@ -50,6 +50,7 @@ struct CardPass {
   int center = 0;    // nesting of "center" on page one
   int figure = 0;    // pictures seen; negative right behind a picture
   int pictures = 0;
+  bool head_para = false;  // inside a "<p class=Head" paragraph written as <h1>
 
   bool page_one() const { return onpage1 && n > 1; }
   int tag_end(int from) {
@@ -139,14 +140,26 @@ int CardPass::at_closing() {
   std::string tag(rb.z + rb.a, gt + 1 - rb.a);
   for (char& c : tag) c = (char)tolower((unsigned char)c);
   if (!strncmp(tag.c_str(), "</td", 4)) in_cell = false;
+  if (head_para && tag == "</p>") {
+    head_para = false;
+    tag = "</h1>";
+  }
   fputs(tag.c_str(), out);
   rb.a = gt + 1;
   return 0;
 }
 
-// A paragraph on page one of a document above 1: a Word title paragraph is
-// centred, Word's own contents end page one and vanish.
+// A paragraph of the style "Head" becomes <h1>.  On page one of a document
+// above 1, a Word title paragraph is centred, Word's own contents end page
+// one and vanish.
 int CardPass::at_p() {
+  if (!strncmp(rb.z + rb.a, "<p class=Head", 13)) {
+    // A paragraph of the author's style "Head" is shown as a heading.
+    fputs("<h1", out);
+    rb.a += 2;
+    head_para = true;
+    return 0;
+  }
   if (!page_one()) return 2;
   int gt = tag_end(rb.a);
   if (!strncmp(rb.z + rb.a, "<p class=MsoHeading", 19)) {

@@ -62,7 +62,13 @@ int doc_splitter::at_a_tag(rBuffer& rb) {
   if (starts(p, "<a name=\"_\"><a>")) return rb.a += 15, 0;
   if (starts(p, "<a name=")) {
     std::string name = attr_value(p, gt, "name=");
-    if (name.empty() || name[0] == '_' || isdigit((unsigned char)name[0])) {
+    if (docNr == 1 && (name == "101" || name == "102")) {
+      // The portal's anchors before its first two headings, placed by link
+      // creation for links from outside the web, stay as they are.
+      fprintf(out, "<a name=\"%s\">", name.c_str());
+    } else if (name.empty() || name[0] == '_' || isdigit((unsigned char)name[0])) {
+      // Word's hidden bookmarks and the cards' own page anchors, which
+      // every section page writes anew.
       fputs("<a>", out);
     } else {
       int n = ++ut.e_nr;

@@ -64,6 +64,14 @@ TEST_F(Cards, HeadingsStartCardsUnlessTheyBeginWithADash) {
   EXPECT_TRUE(has(s, "<h2>- aside</h2>")) << s;
 }
 
+TEST_F(Cards, ParagraphsOfTheStyleHeadAreShownAsHeadings) {
+  DocDes d;
+  std::string s = marked(d,
+                         "<h1>1 Intro</h1><p class=Head style='x'>Overview</p><p>Text.</p>");
+  EXPECT_TRUE(has(s, "<h1 class=Head style='x'>Overview</h1>")) << s;
+  EXPECT_TRUE(has(s, "<p>Text.</p>")) << s;
+}
+
 TEST_F(Cards, ForcedCardsKeepTheirFollowingHeadings) {
   DocDes d;
   std::string s = marked(d,
