@@ -37,7 +37,8 @@ void ut_htm::init_sections() {
   page_doc.assign(max_pages + 2, 0);
   page_first.assign(max_pages + 2, 0);
   page_level.assign(max_pages + 2, 0);
-  for (Btree* t : {&defs, &semis, &semiKeys, &specs, &docClasses, &missRefs, &to_code})
+  for (Btree* t : {&defs, &semis, &semiKeys, &specs, &docClasses, &missRefs, &to_code, &ANam,
+                   &NoSp, &noHot, &noProblem, &secTitles})
     prepare_tree(*t, "engine");
   // The list of thin pages is this run's alone.
   if (safe_ut.exists("tmpAppender")) safe_ut.remove_file("tmpAppender");
@@ -47,7 +48,8 @@ void ut_htm::init_sections() {
 }
 
 void ut_htm::drop_sections() {
-  for (Btree* t : {&defs, &semis, &semiKeys, &specs, &docClasses, &missRefs, &to_code})
+  for (Btree* t : {&defs, &semis, &semiKeys, &specs, &docClasses, &missRefs, &to_code, &ANam,
+                   &NoSp, &noHot, &noProblem, &secTitles})
     empty_tree(*t);
 }
 

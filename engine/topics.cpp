@@ -104,3 +104,6 @@ void ut_htm::close_search() {
   if (derived_.search) safe_ut.close_FILE(&derived_.search, __FILE__, __LINE__);
   derived_.search = nullptr;
 }
+
+// The concept index and the topic folders.  (Still to come.)
+void ut_htm::make_topicPages() {}

@@ -17,7 +17,8 @@
 //   engine/section_*.cpp    the cut's marks, headings, closing a document
 //   engine/toc.cpp          tables of contents
 //   engine/menus.cpp, styles.cpp  page menus, heads and style sheets
-//   engine/hotspots.cpp: the web pass, still to come.
+//   engine/make_pages.cpp, hotspots.cpp  the web pass: definitions, hotspots
+//   engine/index_pages.cpp  the index pages, detail pages, problems page
 // The document utilities and the link checker are in the base class
 // (engine/ut_htmst.h).
 //
@@ -42,6 +43,7 @@ class rBuffer;
 class str_set;
 struct str_el;
 class doc_splitter;
+class StrTrees;
 
 class ut_htm : public ut_htmst {
   // Set only when the engine was made without a model; declared ahead of
@@ -203,6 +205,22 @@ class ut_htm : public ut_htmst {
   // Prints the references that stayed open; returns their count.
   int close_check();
 
+  // ---- the web pass (engine/make_pages.cpp, hotspots.cpp) -------------
+  // The run of the engine over all pages 1 .. maxPage, in the folder xs:
+  // definitions, hotspots, glossary terms, the index, the home menu.
+  // `menuTree` may be null.  Does nothing for maxPage below 1.
+  void make_pages(int maxPage, StrTrees* menuTree);
+
+  // ---- index pages (engine/index_pages.cpp) ----------------------------
+  // The typed-name index pages, their detail pages, the problems page and
+  // the fixed pages, in the folder xs.
+  void create_index();
+
+  // ---- topic pages and the search over webs (engine/topics.cpp) --------
+  // context.htm and c<code>.htm from allIndex, and the topic folders, in
+  // the folder xs.
+  void make_topicPages();
+
   // Page arrays, indexed by page (see max_pages).
   std::vector<int> page_doc, page_first, page_level;
   int e_nr = 0;      // anchor counter of the cut, never reset
@@ -210,6 +228,9 @@ class ut_htm : public ut_htmst {
   // engine's table of trees gives them).
   // (docsecs, typedSecs, docDates and picNames are the web model's.)
   Btree defs, semis, semiKeys, specs, docClasses, missRefs, to_code;
+  // Trees of the web pass (keys and data as the engine's table of trees
+  // gives them).
+  Btree ANam, NoSp, noHot, noProblem, secTitles;
   std::string ourERD, ourSQL;  // "<docNr>/<page>.htm~<file>" of the ERD and SQL pages
   int unknown_semis = 0, open_refs = 0;  // content problems counted
 
