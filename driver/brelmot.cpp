@@ -238,11 +238,18 @@ int brelmot_main(int argc, char** argv) {
   try {
     std::string conf = p1;
     if (safe_ut.ok_is_a(p1) == 'd') conf = std::string(p1) + "/wconf";
-    DocDes des;
-    int rc = des.read_webConfiguration(conf.c_str(), p2, p2);
+    {
+      DocDes des;
+      int rc = des.read_webConfiguration(conf.c_str(), p2, p2);
+      fflush(stdout);
+      if (rc != DocDes::build_goes_on) return rc;
+      des.finish_build(conf.c_str());
+      des.closing_report();
+    }
+    if (strlen(exut.msg) > 13) printf("\nWarnings:\n%s", exut.msg);
+    if (showComm) printf("\nexit %s\n", program_name);
     fflush(stdout);
-    if (rc != DocDes::build_goes_on) return rc;
-    return not_available("conf");
+    return 0;
   } catch (const char* report) {
     printf("%s       \n", report);
     fflush(stdout);

@@ -236,6 +236,11 @@ void DocDes::command_w(const std::string& rest) {
   if (safe_ut.ok_is_a(web.web_pos.c_str()) == 'f')
     exut.fail(__LINE__, SRC, "System: u: cannot create dir %s", web.web_pos.c_str());
   safe_ut.ensure_dir(web.web_pos.c_str());
+  // The finished web will take the place of this folder: one that cannot be
+  // written is reported now, before the build, and stays as it is.
+  if (!safe_ut.writable(web.web_pos.c_str()))
+    exut.fail(__LINE__, SRC, "User: cannot write the web position %s: %s\n", web.web_pos.c_str(),
+              strerror(errno));
 }
 
 // ---------------------------------------------------------- path prefixes

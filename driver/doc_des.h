@@ -111,6 +111,23 @@ class DocDes {
   // (driver/link_creation.cpp).  Mode 1 only collects index/to_docu.
   void href_creator(int mode, Btree& links, int n, FILE* rootFile, FILE* profileFile);
 
+  // The build after the reading (driver/web_build.cpp): the engine's web
+  // pass in xs, the installation's files, the open references, the commit;
+  // returns the exit status.  `closing_report` prints the report of a
+  // build that reached its end and brings the arrows to the web.
+  int finish_build(const char* conf);
+  void closing_report();
+  bool built = false;  // the build reached its end
+
+  // Web assembly and commit (driver/commit.cpp, web_move.cpp).
+  void commit(const char* conf);
+  void Appender(const char* list);
+  void forward_direct_views();
+  void correct_1stPage(const char* file);
+  void publish_code(const char* file);
+  void if_noCards();
+  void do_metrics();
+
   // ------------------------------------------------------------- tables
   web_model web;  // what the stages share; the engine works on it too
   bool clean = false, check = false;  // modes of this run
@@ -198,6 +215,17 @@ class DocDes {
   void style_pass(int n);
 
   // driver/text_pages.cpp
+  void install_files();
+  void commit_in_xs();
+  void picture_pages();
+  void presentation_table();
+  void portal_end();
+  void append_to_previous(const std::string& path);
+  void internet_targets();
+  void write_iconf(const char* conf);
+  std::string portal_topics();
+  void move_web();
+
   void escape_file(const char* from, const char* to);
   void enhance_text(const char* from, const char* to);
 

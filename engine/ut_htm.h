@@ -210,6 +210,8 @@ class ut_htm : public ut_htmst {
   // definitions, hotspots, glossary terms, the index, the home menu.
   // `menuTree` may be null.  Does nothing for maxPage below 1.
   void make_pages(int maxPage, StrTrees* menuTree);
+  int hints = 0;          // "[?]" hints written
+  int hotspot_count = 0;  // typed names that became links
 
   // ---- index pages (engine/index_pages.cpp) ----------------------------
   // The typed-name index pages, their detail pages, the problems page and
@@ -220,6 +222,13 @@ class ut_htm : public ut_htmst {
   // context.htm and c<code>.htm from allIndex, and the topic folders, in
   // the folder xs.
   void make_topicPages();
+
+  // ---- what the portal shows of them (engine/portal_topics.cpp) --------
+  // The number of the first detail page whose name begins with `topic`, or
+  // -1.
+  int first_detail_page(const std::string& topic) const;
+  // The list of the web's topics for the portal's contents.
+  std::string topic_list() const;
 
   // Page arrays, indexed by page (see max_pages).
   std::vector<int> page_doc, page_first, page_level;

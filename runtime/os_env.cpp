@@ -52,6 +52,9 @@ int posix_os::stat(const char* path, struct stat* st) { return ::stat(path, st);
 int posix_os::lstat(const char* path, struct stat* st) { return ::lstat(path, st); }
 int posix_os::access(const char* path, int how) { return ::access(path, how); }
 int posix_os::rename(const char* from, const char* to) { return ::rename(from, to); }
+int posix_os::exchange(const char* a, const char* b) {
+  return ::renameat2(AT_FDCWD, a, AT_FDCWD, b, RENAME_EXCHANGE);
+}
 int posix_os::unlink(const char* path) { return ::unlink(path); }
 int posix_os::mkdir(const char* path, mode_t mode) { return ::mkdir(path, mode); }
 int posix_os::rmdir(const char* path) { return ::rmdir(path); }

@@ -55,6 +55,9 @@ class os_env {
   virtual int lstat(const char* path, struct stat* st) = 0;
   virtual int access(const char* path, int how) = 0;
   virtual int rename(const char* from, const char* to) = 0;
+  // Swaps two existing names in one step (renameat2 with RENAME_EXCHANGE);
+  // -1 with errno EINVAL or ENOSYS where the file system cannot.
+  virtual int exchange(const char* a, const char* b) = 0;
   virtual int unlink(const char* path) = 0;
   virtual int mkdir(const char* path, mode_t mode) = 0;
   virtual int rmdir(const char* path) = 0;
@@ -93,6 +96,7 @@ class os_env {
 class posix_os : public os_env {
  public:
   int open(const char* path, int flags, mode_t mode) override;
+  int exchange(const char* a, const char* b) override;
   int close(int fd) override;
   ssize_t read(int fd, void* buf, size_t n) override;
   ssize_t write(int fd, const void* buf, size_t n) override;

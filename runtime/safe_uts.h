@@ -185,6 +185,16 @@ class safe_uts {
   // below `root`, each through rm_tree_below; returns how many went.
   int rm_folders_named(const char* root, const char* name);
   void rm_and_make_dir(const char* name);
+  // Puts the finished folder `built` in the place of `position`, which
+  // need not exist, so that `position` is at every moment either the old
+  // folder whole or the new one whole: the two are swapped in one step
+  // where the file system can, else the old one is first renamed to a
+  // unique name beside it (and renamed back when the new one cannot take
+  // its place).  The old folder is removed afterwards.  A position that
+  // cannot be replaced fails with a message naming it; nothing is lost.
+  void replace_folder(const char* built, const char* position);
+  // True when the folder or file `name` may be written by this process.
+  bool writable(const char* name);
   void rm_dir(const char* name);
   void copy_file(const char* to, const char* from);
   void copy_file_deep(const char* to, const char* from);

@@ -130,6 +130,48 @@ void safe_uts::rm_and_make_dir(const char* name) {
   ensure_dir(name);
 }
 
+void safe_uts::replace_folder(const char* built, const char* position) {
+  NN(built);
+  NN(position);
+  std::string b = os_name(built), p = os_name(position);
+  struct stat st;
+  bool old = os().lstat(p.c_str(), &st) == 0;
+  if (old && !S_ISDIR(st.st_mode))
+    exut.fail(__LINE__, SRC, "User: cannot write the web position %s: it is a file, not a folder\n", position);
+  if (old && os().access(p.c_str(), W_OK) != 0)
+    exut.fail(__LINE__, SRC, "User: cannot write the web position %s: %s\n", position, strerror(errno));
+  if (!old) {
+    if (os().rename(b.c_str(), p.c_str()) != 0)
+      exut.fail(__LINE__, SRC, "User: cannot write the web position %s: %s\n", position, strerror(errno));
+    return;
+  }
+  if (os().exchange(b.c_str(), p.c_str()) == 0) {
+    rm_tree(built);  // the old web, now under the build's name
+    return;
+  }
+  if (errno != EINVAL && errno != ENOSYS)
+    exut.fail(__LINE__, SRC, "User: cannot write the web position %s: %s\n", position, strerror(errno));
+  // No swap in one step here: the old folder goes aside under a unique name
+  // (an empty folder made for it, which the rename replaces).
+  std::string aside = p + ".old.XXXXXX";
+  if (!os().make_temp_dir(&aside) || os().rename(p.c_str(), aside.c_str()) != 0) {
+    int e = errno;
+    if (aside.find("XXXXXX") == std::string::npos) os().rmdir(aside.c_str());
+    exut.fail(__LINE__, SRC, "User: cannot write the web position %s: %s\n", position, strerror(e));
+  }
+  if (os().rename(b.c_str(), p.c_str()) != 0) {
+    int e = errno;
+    os().rename(aside.c_str(), p.c_str());
+    exut.fail(__LINE__, SRC, "User: cannot write the web position %s: %s\n", position, strerror(e));
+  }
+  rm_tree(aside.c_str());
+}
+
+bool safe_uts::writable(const char* name) {
+  NN(name);
+  return os().access(os_name(name).c_str(), W_OK) == 0;
+}
+
 void safe_uts::rm_dir(const char* name) {
   exut.show_str("name", name);
   exut.fail(__LINE__, SRC, "System: rm_dir() is not to be used, use rm_tree()\n");
