@@ -243,6 +243,37 @@ TEST(Pipeline, CodeRootCutsTwiceAndLeavesWhatOneCutLeaves) {
     EXPECT_TRUE(plain[f] == twice[f]) << f;
 }
 
+// A build that fails in the middle of the section pass leaves the web of
+// the build before exactly as it was; a web position that is a file is
+// refused before anything is built.
+TEST(Pipeline, FailedBuildLeavesThePreviousWebAsItWas) {
+  testutil::TempDir tmp;
+  small_web("Payment is due in thirty days.");
+  expect_full_pass(run_brelmot("w", env(day1)));
+  auto before = tree_of("xs_Pipe");
+  ASSERT_GT(before.size(), 20u);
+
+  std::string terms = read_file("w/publish/Terms.htm"), rules;
+  for (int i = 0; i < 420; i++) rules += "p.Rule" + std::to_string(i) + "\n\t{margin:0cm;}\n";
+  terms.replace(terms.find(" p.MsoNormal,"), 0, rules);
+  write_file("w/publish/Terms.htm", terms);
+  auto r = run_brelmot("w", env(day2));
+  EXPECT_EQ(r.status, 1) << r.out;
+  EXPECT_TRUE(has(r.out, "max_classes")) << r.out;
+  auto after = tree_of("xs_Pipe");
+  EXPECT_EQ(after.size(), before.size());
+  for (const auto& [name, text] : before) EXPECT_TRUE(after[name] == text) << name;
+  for (const auto& e : fs::directory_iterator("."))
+    EXPECT_FALSE(has(e.path().filename().string(), "xs_Pipe.")) << e.path();
+
+  fs::remove_all("xs_Pipe");
+  write_file("xs_Pipe", "a file of the user's\n");
+  r = run_brelmot("w", env(day2));
+  EXPECT_EQ(r.status, 1) << r.out;
+  EXPECT_TRUE(has(r.out, "cannot create dir xs_Pipe")) << r.out;
+  EXPECT_EQ(read_file("xs_Pipe"), "a file of the user's\n");
+}
+
 TEST(Pipeline, EveryRealSnapshotInOneWebGoesThroughAndBuildsAlike) {
   testutil::TempDir tmp;
   int docs = fixtures_web();
