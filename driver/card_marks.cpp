@@ -53,6 +53,14 @@ struct CardPass {
   bool head_para = false;  // inside a "<p class=Head" paragraph written as <h1>
 
   bool page_one() const { return onpage1 && n > 1; }
+  // True when the scan stands inside a tag (or a mark written as one).
+  bool inside_tag() const {
+    for (int i = rb.a - 1; i >= rb.low && i >= rb.a - 300; i--) {
+      if (rb.z[i] == '>') return false;
+      if (rb.z[i] == '<') return true;
+    }
+    return false;
+  }
   int tag_end(int from) {
     int gt = find_in(rb, from, ">");
     if (gt < 0) exut.fail(__LINE__, SRC, "System: a tag without > in document %i\n", n);
@@ -111,12 +119,18 @@ int CardPass::at_mark(const str_el* el) {
     return 3;
   }
   if (!strcmp(k, "Glossar")) {
+    // Not inside a tag or a mark: a document title "... Glossary" in a
+    // semi-title mark stays as it is.
     char c = rb.a > 0 ? p[-1] : ' ';
-    if (c != '=' && !isalpha((unsigned char)c)) fputs("<Glossar>", out);
+    if (c != '=' && !isalpha((unsigned char)c) && !inside_tag()) fputs("<Glossar>", out);
     return el->L;
   }
   if (!strcmp(k, "center")) {
-    if (onpage1) center += rb.a > 0 && p[-1] == '/' ? -1 : 1;
+    // Only the tags <center> and </center> nest: Word writes "center" in
+    // the alignment of many a paragraph of a title page, which would
+    // otherwise keep every heading of the document from starting a card.
+    bool open = rb.a > 0 && p[-1] == '<', close = rb.a > 1 && p[-1] == '/' && p[-2] == '<';
+    if (onpage1 && (open || close)) center += close ? -1 : 1;
     if (center < 0) center = 0;
     return el->L;
   }
@@ -126,9 +140,11 @@ int CardPass::at_mark(const str_el* el) {
   }
   if (!strcmp(k, "<p")) return at_p();
   if (!strcmp(k, "<table") && page_one()) {
-    int end = find_in(rb, rb.a, "</table");
-    if (end < 0) exut.fail(__LINE__, SRC, "System: <table without </table in document %i\n", n);
-    rb.a = tag_end(end) + 1;
+    // The table may be longer than the look-ahead: it is skipped through
+    // the buffer's refills.
+    if (!rb.find(0, "</table", nullptr))
+      exut.fail(__LINE__, SRC, "System: <table without </table in document %i\n", n);
+    rb.a = tag_end(rb.a) + 1;
     return 0;
   }
   if (!strcmp(k, "<h") || !strcmp(k, "<H")) return at_heading();
@@ -278,12 +294,25 @@ void CardPass::card_start(const std::string& title, char level) {
 // an anchor.
 int CardPass::at_figure(const str_el* el) {
   int p = rb.a + el->L;
-  while (rb.z[p] == ' ' || !strncmp(rb.z + p, "&nbsp;", 6)) p += rb.z[p] == ' ' ? 1 : 6;
+  // Blanks and, from a number that Word's caption field wrote, the tags
+  // around it ("Fig. <span>1</span>:").
+  auto skip = [&] {
+    while (true) {
+      if (rb.z[p] == ' ') p++;
+      else if (!strncmp(rb.z + p, "&nbsp;", 6)) p += 6;
+      else if (!strncmp(rb.z + p, "<span", 5) || !strncmp(rb.z + p, "</span>", 7)) {
+        const char* gt = strchr(rb.z + p, '>');
+        if (!gt || gt >= rb.z + rb.e) return;
+        p = (int)(gt + 1 - rb.z);
+      } else return;
+    }
+  };
+  skip();
   int digits = p;
   while (isdigit((unsigned char)rb.z[p])) p++;
   if (p == digits) return el->L;
   int number = atoi(rb.z + digits);
-  while (rb.z[p] == ' ') p++;
+  skip();
   if (rb.z[p] != ':') return el->L;
   const char* abb = !strcmp(el->k, "Fig.") ? "Abb." : !strcmp(el->k, "Bild") ? "Abb" : el->k;
   if (figure < 0) {

@@ -70,9 +70,17 @@ void DocDes::BFE_Norm(const std::string& target) {
     }
   }
   std::string rest = page.substr(p);
+  // Room behind the contents link and behind the menu.  Behind ">TOC<" the
+  // breaks go after the link's end tag, so that the tag stays whole.
   for (const char* mark : {">TOC<", "<aa>"}) {
     size_t m = rest.find(mark);
-    if (m != std::string::npos) rest.insert(m + strlen(mark), "<br><br><br>");
+    if (m == std::string::npos) continue;
+    size_t at = m + strlen(mark);
+    if (mark[1] == 'T') {
+      size_t gt = rest.find('>', at);
+      at = gt == std::string::npos ? at : gt + 1;
+    }
+    rest.insert(at, "<br><br><br>");
   }
   size_t typ = rest.find("Typ"), version = rest.find("Version");
   if (typ != std::string::npos && version != std::string::npos && version < typ) {

@@ -154,6 +154,17 @@ int doc_splitter::at_img(rBuffer& rb) {
   const char* pe = find_in(gt, rb.z + rb.e, "</p");
   char cap[256];
   int has = pe ? ut_htmst::caption(gt + 1, pe, cap) : 0;
+  if (has == 0 && pe) {
+    // Word writes a caption as the paragraph behind the picture's own.
+    const char* q = find_in(pe, rb.z + rb.e, ">");
+    while (q && ++q < rb.z + rb.e && isspace((unsigned char)*q)) {
+    }
+    if (q && starts(q, "<p")) {
+      const char* qe = find_in(q, rb.z + rb.e, "</p");
+      const char* qgt = find_in(q, rb.z + rb.e, ">");
+      if (qe && qgt && qgt < qe) has = ut_htmst::caption(qgt + 1, qe, cap);
+    }
+  }
   std::string anchor;
   if (has > 0) {
     std::string key(cap, strcspn(cap, "(/"));

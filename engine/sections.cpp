@@ -340,7 +340,11 @@ int doc_splitter::at_lt(rBuffer& rb) {
     return at_heading(rb);
   if (starts(p, "h:")) return at_page_cut(rb);
   if (starts(p, "del")) return drop_through(rb, "</del>");
-  if (starts(p, "div style='mso-element:footnote")) return at_footnote_body(rb);
+  // Word wraps its footnotes in a "footnote-list" block: only the blocks
+  // inside it are footnotes.
+  if (starts(p, "div style='mso-element:footnote") &&
+      !starts(p, "div style='mso-element:footnote-list"))
+    return at_footnote_body(rb);
   if (starts(p, "a style='mso-footnote-id:")) {
     const char* id = p + 25;
     {

@@ -64,6 +64,29 @@ TEST_F(Cards, HeadingsStartCardsUnlessTheyBeginWithADash) {
   EXPECT_TRUE(has(s, "<h2>- aside</h2>")) << s;
 }
 
+// Forms of real title pages and captions: a centred paragraph is no
+// <center> nesting, a title table longer than the look-ahead is dropped
+// whole, a caption numbered by Word's field keeps its number, and a
+// document title with "Glossar" in a mark is no glossary start.
+TEST_F(Cards, TitlePagesAndCaptionsAsWordWritesThem) {
+  DocDes d;
+  d.web.comms.resize(3);
+  d.web.comms[2].title = "Order Desk Glossary";
+  tree_put(d.web.titles, "Order Desk Glossary", "2");
+  std::string table = "<table><tr><td>" + std::string(20000, 'v') + "</td></tr></table>";
+  std::string s = marked(d,
+                         "<p class=MsoNormal align=center style='text-align:center'>Version 2</p>" +
+                             table + "<p class=MsoToc1>1 Intro</p>"
+                             "<h1>1 Intro</h1><p><img src=\"pic/a.gif\"></p>\n"
+                             "<p class=MsoCaption>Fig. <span style='x'>1</span>: The desk</p>"
+                             "<h1>2 Terms</h1><p>t</p>");
+  EXPECT_EQ(count_of(s, "<h:Guide>"), 2) << s;
+  EXPECT_FALSE(has(s, "vvvv")) << s;
+  EXPECT_TRUE(has(s, "Bild 1: The desk</font></a></p>")) << s;
+  EXPECT_TRUE(has(s, "--D-(Order Desk Glossary)")) << s;
+  EXPECT_FALSE(has(s, "<Glossar>")) << s;
+}
+
 TEST_F(Cards, ParagraphsOfTheStyleHeadAreShownAsHeadings) {
   DocDes d;
   std::string s = marked(d,

@@ -117,16 +117,10 @@ TEST(SampleWeb, SameClockGivesTheSameWeb) {
   EXPECT_EQ(first.size(), second);
 }
 
-// Open: what the sample shows once the engine reads Word's forms of these
-// (left disabled until then).
-//  - A caption is its own paragraph behind the picture's, but the section
-//    pass looks for it only inside the picture's paragraph, which the
-//    cleaning has emptied: no picture gets its anchor, so the head pages
-//    have no list of pictures.
-//  - Word wraps the footnotes in <div style='mso-element:footnote-list'>,
-//    which the section pass takes for a footnote without an id: the first
-//    footnote's text goes into a file "ftn" and never reaches its page.
-TEST(SampleWeb, DISABLED_PictureListsAndTheFirstFootnote) {
+// Word's own forms: a caption is its own paragraph behind the picture's,
+// and the footnotes stand in a "footnote-list" block; the head pages list
+// the pictures, and the first footnote reaches its page.
+TEST(SampleWeb, PictureListsAndTheFirstFootnote) {
   testutil::TempDir tmp;
   ASSERT_EQ(build_sample().status, 0);
   for (int n : {2, 4}) {
