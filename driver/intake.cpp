@@ -224,7 +224,7 @@ std::string DocDes::closure_of(int n, const std::string& src, const std::string&
 
 std::string DocDes::extract_title(const std::string& def, const char* htmFile) {
   enter("DocDes.extract_title");
-  std::string t = safe_ut.read_text(htmFile);
+  std::string t = safe_ut.read_head(htmFile, "<body", true);
   size_t k = find_nocase(t, "<title");
   if (k == std::string::npos) return def;
   k = t.find('>', k);
@@ -343,7 +343,8 @@ std::string DocDes::fetch_htm_closure(int n, const std::string& src) {
 
 void DocDes::extract_css(const char* to, const char* from) {
   enter("DocDes.extract_css");
-  std::string t = safe_ut.read_text(from);
+  // The style block stands in front of the first paragraph.
+  std::string t = safe_ut.read_head(from, "<p", true);
   size_t stop = find_nocase(t, "<p");
   size_t s = find_nocase(t, "<style");
   std::string css;

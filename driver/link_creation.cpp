@@ -79,9 +79,7 @@ void DocDes::href_creator(int mode, Btree& links, int n, FILE* rootFile, FILE* p
 // case.  Written as the page head unless `write_head` is off.
 void DocDes::head_pass(int n, const std::string& tmp, FILE* neu, bool write_head) {
   (void)n;
-  std::string text = safe_ut.read_text(tmp.c_str());
-  size_t p = text.find("<p ");
-  std::string head = text.substr(0, p == std::string::npos ? text.size() : p);
+  std::string head = safe_ut.read_head(tmp.c_str(), "<p ", false);
   drop_all(head, "mso-fareast-", ';');
   drop_all(head, "tab-stops:", ';');
   for (const char* tag : {"<meta ", "<link rel=Edit-Time-", "<link rel=File-List-", "<link "}) {

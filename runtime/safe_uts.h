@@ -170,6 +170,10 @@ class safe_uts {
   void copy_tail(const char* to, FILE* f, long pos, const char* from);
   // Reads a whole file (text mode: CR LF folded, Ctrl-Z ends) into a string.
   std::string read_text(const char* name);
+  // The text of the file `name` in front of the first `stop` (with
+  // `nocase`, in any letter case), or the whole text when there is none;
+  // reads no further than it must, so a file's head costs what the head is.
+  std::string read_head(const char* name, const char* stop, bool nocase);
   void write_text(const char* name, const std::string& text);
   void remove_file(const char* name);
   void rename_file(const char* from, const char* to);

@@ -418,7 +418,8 @@ void safe_uts::write_FILE(FILE* f, const void* data, long n) {
   NN(f);
   NN(data);
   if (n < 1) return;
-  size_t w = fwrite(data, 1, (size_t)n, f);
+  // The program has one thread: the stream lock would only cost time.
+  size_t w = fwrite_unlocked(data, 1, (size_t)n, f);
   if ((long)w != n) {
     int e = os_stream::error_of(f);
     exut.show_str("WRITE", "");
@@ -476,6 +477,37 @@ void safe_uts::copy_tail(const char* to, FILE* f, long at, const char* from) {
   size_t r;
   while ((r = fread(buf, 1, sizeof buf, f)) > 0) write_FILE(out, buf, (long)r);
   close_FILE(&out, SRC, __LINE__);
+}
+
+std::string safe_uts::read_head(const char* name, const char* stop, bool nocase) {
+  NN(name);
+  NN(stop);
+  size_t L = strlen(stop);
+  auto find = [&](const std::string& t, size_t from) -> size_t {
+    for (size_t i = from; i + L <= t.size(); i++)
+      if (nocase ? strncasecmp(t.c_str() + i, stop, L) == 0 : t.compare(i, L, stop) == 0) return i;
+    return std::string::npos;
+  };
+  int fd = open_fd(name, 'r', 't');
+  std::string text;
+  char buf[65536];
+  size_t at = std::string::npos, searched = 0;
+  while (at == std::string::npos) {
+    int r = read_fd(fd, buf, sizeof buf);
+    text.append(buf, (size_t)r);
+    at = find(text, searched);
+    searched = text.size() >= L ? text.size() - L + 1 : 0;
+    if (r < (int)sizeof buf) break;
+    if ((long)text.size() > max_text) {
+      errno = 0;
+      close_fd(&fd, SRC, __LINE__);
+      exut.fail(__LINE__, SRC, "User: the head of %s is too large to be read as one text\n", name);
+    }
+  }
+  errno = 0;
+  close_fd(&fd, SRC, __LINE__);
+  if (at != std::string::npos) text.resize(at);
+  return text;
 }
 
 std::string safe_uts::read_text(const char* name) {
