@@ -43,8 +43,7 @@ measure() {
   ( cd "$dir" && env PATH="$(dirname "$exe"):/usr/bin:/bin" LC_ALL=C TZ=UTC \
       SOURCE_DATE_EPOCH=1700000000 /usr/bin/time -v -o time.txt "$exe" d >build.log 2>&1 ) ||
     status=$?
-  # Until the web pass exists a build ends with "not available yet", status 2.
-  if ! grep -q "not available yet" "$dir/build.log"; then
+  if [ "$status" -ne 0 ] || ! grep -q "o k  -  Web is" "$dir/build.log"; then
     echo "$name: the build failed (status $status), see its log:" >&2
     tail -20 "$dir/build.log" >&2
     exit 1
