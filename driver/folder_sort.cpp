@@ -63,8 +63,7 @@ bool doc_list::list_line(char mark, const std::string& line) {
   key += " + " + folder;
   std::string shown = std::string(1, mark) + " " + key;
   shown[at + 2] = mark;
-  entries.emplace(key, shown);
-  return true;
+  return entries.emplace(key, shown).second;
 }
 
 bool dir_spec(const std::string& conf_text, int nr, const std::string& conf_dir,

@@ -71,7 +71,7 @@ struct doc_list {
   std::map<std::string, std::string> entries;
   // Adds the file `line` with `mark` unless its path lies in a folder that
   // is never published or its name begins with "~"; an entry already
-  // present is kept.  Returns whether the line was taken.
+  // present is kept.  Returns whether an entry was added.
   bool list_line(char mark, const std::string& line);
 };
 
