@@ -9,6 +9,7 @@
 
 #include "driver/folders.h"
 #include "runtime/exec_ut.h"
+#include "runtime/file_ops.h"
 #include "runtime/os_env.h"
 #include "runtime/rbuffer.h"
 #include "runtime/safe_uts.h"
@@ -35,10 +36,21 @@ void need_folder(const char* dir) {
   errno = 0;
 }
 
-void list_tree(const char* dir, const char* list) {
+void list_tree(const char* dir, const char* list, std::unordered_set<std::string>* folders) {
   need_folder(dir);
   printf("\nsystem: wfind %s > %s\n", dir, list);
-  safe_ut.wfind_list(list, 1, dir);
+  if (!folders) {
+    safe_ut.wfind_list(list, 1, dir);
+    return;
+  }
+  // What wfind_list writes, with the folders noted on the way.
+  FILE* f = safe_ut.create(list);
+  file_ops::wfind(listing_root(dir), true, [&](const std::string& p, bool is_dir) {
+    fputc('\n', f);
+    fwrite(p.data(), 1, p.size(), f);
+    if (is_dir) folders->insert(p);
+  });
+  safe_ut.close_FILE(&f, SRC, __LINE__);
 }
 
 void for_each_listed(const char* list, const std::function<void(const std::string&)>& line) {

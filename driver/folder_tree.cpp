@@ -3,8 +3,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstring>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "driver/folders.h"
@@ -29,36 +31,47 @@ void drop_list(const char* list) {
   if (kind_of(list) != 'n') safe_ut.remove_file(list);
 }
 
-// Whether the file holds `word` as bytes, wherever it stands (also inside a
-// longer word).  The file is read as it is, with no text folding: a
-// document file holds any byte.  A file that cannot be read ends the
-// command.
-bool holds(const std::string& path, const std::string& word) {
-  if (word.empty()) return true;
-  int fd = os().open(path.c_str(), O_RDONLY | O_CLOEXEC, 0);
-  if (fd < 0) exut.fail(__LINE__, SRC, "System: cannot read %s\n", path.c_str());
+// Reads the open file in blocks and looks for `word`; errno is set when a
+// read fails.
+bool contains(int fd, const std::string& word) {
   const size_t block = 1 << 17, keep = word.size() - 1;
   std::vector<char> buf(block + keep);
   size_t have = 0;
-  bool found = false;
+  errno = 0;
   for (;;) {
     ssize_t n = read_full(fd, buf.data() + have, block);
-    if (n < 0) {
-      os().close(fd);
-      exut.fail(__LINE__, SRC, "System: cannot read %s\n", path.c_str());
-    }
+    if (n < 0) return false;
     have += (size_t)n;
-    if (memmem(buf.data(), have, word.data(), word.size())) {
-      found = true;
-      break;
-    }
-    if ((size_t)n < block) break;
+    if (memmem(buf.data(), have, word.data(), word.size())) return true;
+    if ((size_t)n < block) return false;
     // The last bytes may begin the word: they stay for the next block.
     size_t k = have < keep ? have : keep;
     memmove(buf.data(), buf.data() + have - k, k);
     have = k;
   }
+}
+
+// Whether the file holds `word` as bytes, wherever it stands (also inside a
+// longer word).  The file is read as it is, with no text folding: a
+// document file holds any byte.  Only plain files are read (a pipe opened
+// without waiting is let go), and never the list file `skip`.  A file that
+// cannot be read ends the command; one that has gone since the listing
+// holds nothing.
+bool holds(const std::string& path, const std::string& word, const struct stat& skip) {
+  int fd = os().open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC, 0);
+  if (fd < 0) {
+    if (errno == ENOENT || errno == ELOOP) return false;
+    exut.fail(__LINE__, SRC, "System: cannot read %s\n", path.c_str());
+  }
+  struct stat st;
+  if (os().fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) ||
+      (st.st_dev == skip.st_dev && st.st_ino == skip.st_ino)) {
+    os().close(fd);
+    return false;
+  }
+  bool found = word.empty() || contains(fd, word);
   os().close(fd);
+  if (found == false && errno) exut.fail(__LINE__, SRC, "System: cannot read %s\n", path.c_str());
   return found;
 }
 
@@ -93,11 +106,13 @@ int find_word(const char* word, const char* dir) {
   const char* list = "xxfind";
   need_folder(dir);
   drop_list(list);
-  list_tree(dir, list);
+  std::unordered_set<std::string> folders;
+  list_tree(dir, list, &folders);
+  struct stat self {};
+  os().stat(list, &self);
   std::string w = word;
   for_each_listed(list, [&](const std::string& path) {
-    if (kind_of(path) != 'f' || same_file(path, list)) return;
-    if (holds(path, w)) printf("\n %s: %s", word, path.c_str());
+    if (!folders.count(path) && holds(path, w, self)) printf("\n %s: %s", word, path.c_str());
   });
   drop_list(list);
   return 0;

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "driver/folders.h"
 #include "runtime/exec_ut.h"
@@ -76,10 +77,11 @@ struct include_writer {
   FILE* out;
   std::unordered_map<std::string, std::string> seen;  // name -> "nr/path" of its first
   unsigned long long deleted = 0;
+  std::unordered_set<std::string> folders;  // the listed paths that are folders
 
   void web_file(const std::string& path, const std::string& rest) {
     long long size = 0;
-    if (!ends_doc_htm("/" + rest) || kind_of(path, &size) != 'f') return;
+    if (folders.count(path) || !ends_doc_htm("/" + rest) || kind_of(path, &size) != 'f') return;
     if (!safe_ut.rm_tree_below(root.c_str(), path)) return;
     deleted += (unsigned long long)size;
     fprintf(out, "\ndeleted: %s", path.c_str());
@@ -104,9 +106,7 @@ struct include_writer {
     std::string rest = path.substr(root.size() + 1);
     // A web: only its working copies of documents go, nothing is listed.
     if (rest.find("xs_") != std::string::npos) return web_file(path, rest);
-    char kind = kind_of(path);
-    // Folders are no files; what has gone since the listing is not listed.
-    if (kind == 'd' || kind == 'n') return;
+    if (folders.count(path)) return;  // folders are no files
     if (is_document(rest)) {
       // The snapshots are the web's input, not documents of their own.
       if (("/" + rest).find("/publish/") == std::string::npos) document(rest);
@@ -122,8 +122,8 @@ struct include_writer {
 int wconf_dir(int nr, const char* dir, FILE* out) {
   if (!dir || !out) safe_uts::null_pointer(__LINE__, SRC);
   const char* list = "tmp_wconf";
-  list_tree(dir, list);
-  include_writer w{nr, listing_root(dir), out, {}, 0};
+  include_writer w{nr, listing_root(dir), out, {}, 0, {}};
+  list_tree(dir, list, &w.folders);
   for_each_listed(list, [&](const std::string& path) { w.line(path); });
   fprintf(out, "\no k  -  deleted were %llu bytes (= %llu MB)\n", w.deleted, w.deleted >> 20);
   fflush(out);

@@ -15,6 +15,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <unordered_set>
 
 namespace folders {
 
@@ -26,9 +27,13 @@ std::string listing_root(const char* dir);
 // Fails with "User: no such dir: <dir>" unless `dir` is a folder that can
 // be listed.
 void need_folder(const char* dir);
-// Writes the listing of `dir` into the file `list`, announcing it with the
-// runner's line "system: wfind <dir> > <list>".
-void list_tree(const char* dir, const char* list);
+// Writes the listing of `dir` into the file `list`, as the built-in "wfind"
+// writes it, announcing it with the runner's line "system: wfind <dir> >
+// <list>".  With `folders`, the listed paths that are folders are kept
+// there, so that a reader of the list needs to ask the file system nothing
+// more for them.
+void list_tree(const char* dir, const char* list,
+               std::unordered_set<std::string>* folders = nullptr);
 // Calls `line` for every path of the list file, in its order.
 void for_each_listed(const char* list, const std::function<void(const std::string&)>& line);
 
