@@ -4,11 +4,13 @@
 // The include lists every document of the tree as a line "-e nr/path" with
 // a title line, which the configuration reader accepts below "-? nr=dir".
 // Two decisions of this program:
-//   - A document name seen before gives, behind "(ERROR: mehrfach)"'s
-//     title line, the place where the name was seen first ("nr/path"), so
-//     both files are named.
+//   - A document name seen before gives its own place, then a line with the
+//     place where the name was seen first ("nr/path") and "(ERROR:
+//     mehrfach)", so both files are named.
 //   - The closing "(= %u MB)" figure is the byte count shifted by 20: true
 //     megabytes.  Both figures are counted in 64 bits.
+#include <sys/stat.h>
+
 #include <cstring>
 #include <string>
 #include <unordered_map>
@@ -17,6 +19,7 @@
 #include "driver/folders.h"
 #include "runtime/exec_ut.h"
 #include "runtime/file_ops.h"
+#include "runtime/os_env.h"
 #include "runtime/safe_uts.h"
 
 namespace folders {
@@ -78,6 +81,14 @@ struct include_writer {
   std::unordered_map<std::string, std::string> seen;  // name -> "nr/path" of its first
   unsigned long long deleted = 0;
   std::unordered_set<std::string> folders;  // the listed paths that are folders
+  std::string list_name;                     // the list itself is no file of the tree
+  struct stat list_st {};
+
+  bool is_list(const std::string& path) const {
+    struct stat st;
+    return os().stat(path.c_str(), &st) == 0 && st.st_dev == list_st.st_dev &&
+           st.st_ino == list_st.st_ino;
+  }
 
   void web_file(const std::string& path, const std::string& rest) {
     long long size = 0;
@@ -107,6 +118,10 @@ struct include_writer {
     // A web: only its working copies of documents go, nothing is listed.
     if (rest.find("xs_") != std::string::npos) return web_file(path, rest);
     if (folders.count(path)) return;  // folders are no files
+    // The list, and the name it had while it was written, which has gone.
+    if (file_ops::base(rest).compare(0, list_name.size(), list_name) == 0 &&
+        (is_list(path) || kind_of(path) == 'n'))
+      return;
     if (is_document(rest)) {
       // The snapshots are the web's input, not documents of their own.
       if (("/" + rest).find("/publish/") == std::string::npos) document(rest);
@@ -122,8 +137,9 @@ struct include_writer {
 int wconf_dir(int nr, const char* dir, FILE* out) {
   if (!dir || !out) safe_uts::null_pointer(__LINE__, SRC);
   const char* list = "tmp_wconf";
-  include_writer w{nr, listing_root(dir), out, {}, 0, {}};
+  include_writer w{nr, listing_root(dir), out, {}, 0, {}, list, {}};
   list_tree(dir, list, &w.folders);
+  os().stat(list, &w.list_st);
   for_each_listed(list, [&](const std::string& path) { w.line(path); });
   fprintf(out, "\no k  -  deleted were %llu bytes (= %llu MB)\n", w.deleted, w.deleted >> 20);
   fflush(out);

@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
-#include "driver/folders.h"
 #include "tests/test_util.h"
 
 using testutil::has;
@@ -46,16 +44,4 @@ TEST(FolderSort, MissingPrefixOrTree) {
   EXPECT_EQ(r.status, 1);
   EXPECT_TRUE(has(r.out, "User: no such dir: ./d")) << r.out;
   EXPECT_EQ(run_brelmot("sort nothing 1").status, 1);
-}
-
-// A name longer than the column still gets its mark in place of the "+".
-TEST(FolderSort, LongNamesKeepTheirMark) {
-  folders::doc_list l;
-  std::string name(50, 'n');
-  EXPECT_TRUE(l.list_line('+', "d/" + name + "  \r"));
-  EXPECT_FALSE(l.list_line('-', "d\\" + name));  // the same key: "+" stays
-  ASSERT_EQ(l.entries.size(), 1u);
-  EXPECT_EQ(l.entries.begin()->second, "+ " + name + " + d");
-  EXPECT_TRUE(l.list_line('-', "/top.doc/"));
-  EXPECT_EQ(l.entries.rbegin()->second.substr(0, 2), "- ");
 }

@@ -73,6 +73,8 @@ TEST(FolderWconf, ExactOutput) {
   write_file("t/x/read me", "5");
   fs::create_directories("t/empty");
   auto r = run_brelmot("wconf 7 t/");
+  // Its own list is no file of the tree.
+  EXPECT_FALSE(has(run_brelmot("wconf 7 .").out, " e 7/tmp_wconf"));
   EXPECT_EQ(r.status, 0);
   EXPECT_EQ(r.out,
             "\nsystem: wfind t/ > tmp_wconf\n"
