@@ -66,7 +66,7 @@ bool doc_list::list_line(char mark, const std::string& line) {
   return entries.emplace(key, shown).second;
 }
 
-bool dir_spec(const std::string& conf_text, int nr, const std::string& conf_dir,
+bool prefix_of(const std::string& conf_text, int nr, const std::string& conf_dir,
               std::string* path) {
   std::string text = "\n" + conf_text;
   std::string mark = "\n-? " + std::to_string(nr) + "=";
@@ -102,7 +102,7 @@ int sort_conf(const char* conf, int nr) {
   if (kind_of(list) != 'n') safe_ut.remove_file(list);
   if (safe_ut.ok_is_a(conf) != 'f') exut.fail(__LINE__, SRC, "User: no such file: %s", conf);
   std::string text = safe_ut.read_text(conf), path;
-  if (!dir_spec(text, nr, file_ops::parent(safe_ut.os_name(conf)), &path)) {
+  if (!prefix_of(text, nr, file_ops::parent(safe_ut.os_name(conf)), &path)) {
     printf("\nAppError: %s does not contain a dir spec -? %i=\n", conf, nr);
     fflush(stdout);
     return 1;

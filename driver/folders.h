@@ -84,7 +84,7 @@ struct doc_list {
 // "\" as "/" and trailing slashes cut, a relative one ("./", "..") seen
 // from `conf_dir`, the folder of the configuration, as the configuration
 // reader sees it; false when the text lacks it.
-bool dir_spec(const std::string& conf_text, int nr, const std::string& conf_dir,
+bool prefix_of(const std::string& conf_text, int nr, const std::string& conf_dir,
               std::string* path);
 // The document paths of prefix `nr` in a configuration text ("-x nr/rest"),
 // with "nr" replaced by `path`.

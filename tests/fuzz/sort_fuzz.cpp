@@ -59,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     folders::doc_list l;
     for (int nr = 1; nr <= 3; nr++) {
       std::string path;
-      if (!folders::dir_spec(text, nr, "conf/dir", &path)) continue;
+      if (!folders::prefix_of(text, nr, "conf/dir", &path)) continue;
       folders::documents_of(text, nr, path, [&](const std::string& p) { l.list_line('+', p); });
     }
     fuzz::write_file("list", text);
