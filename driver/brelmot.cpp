@@ -5,11 +5,13 @@
 
 #include <cctype>
 #include <cerrno>
+#include <cstdlib>
 #include <cstdio>
 #include <cstring>
 #include <string>
 
 #include "driver/doc_des.h"
+#include "driver/folders.h"
 #include "engine/ut_htmst.h"
 #include "runtime/exec_ut.h"
 #include "runtime/rbuffer.h"
@@ -85,13 +87,6 @@ const char usage_text[] =
 
 bool eq(const char* a, const char* b) { return a && b && strcmp(a, b) == 0; }
 
-// A command whose part of the system has not been built yet.
-int not_available(const char* what) {
-  printf("\nbrelmot: the command \"%s\" is not available yet\n", what);
-  fflush(stdout);
-  return 2;
-}
-
 int syntax_error(const char* form) {
   printf("\nerror: not this Syntax: %s\n", form);
   return 1;
@@ -125,12 +120,27 @@ const char* strip_prefixes(const char* p1) {
   return p1;
 }
 
+// The folder commands "nopub", "wconf_ADD", "find" and "update_from"; -1
+// for any other word.  wconf_ADD takes a third word, the tree the list was
+// made from, for the reader of the command line only: the copies go to
+// 0/<from>.dir in any case.
+int folder_command(int argc, const char* p1, const char* p2, const char* p3) {
+  if (eq(p1, "nopub")) return argc < 3 ? syntax_error("brelmot nopub dir") : folders::no_publish(p2);
+  if (eq(p1, "wconf_ADD"))
+    return argc < 4 ? syntax_error("brelmot wconf_ADD from pre dir") : folders::wconf_add(p2, p3);
+  if (eq(p1, "find"))
+    return argc < 4 ? syntax_error("brelmot find word dir") : folders::find_word(p2, p3);
+  if (eq(p1, "update_from"))
+    return argc < 3 ? syntax_error("brelmot update_from from") : folders::update_from(p2);
+  return -1;
+}
+
 // Everything but the default build: each ends in its own report on failure.
 int run_command(int argc, char** argv, const char* p1, const char* p2, const char* p3,
                 bool* handled) {
   *handled = true;
   ut_htmst ut;
-  if (eq(p1, "pub_alle")) return not_available("pub_alle");
+  if (eq(p1, "pub_alle")) return folders::pub_alle();
   if (eq(p1, "alias")) {
     if (!p2 || !p3) return syntax_error("brelmot alias from to");
     std::string file = p2;
@@ -143,14 +153,16 @@ int run_command(int argc, char** argv, const char* p1, const char* p2, const cha
     ut.check_tree(p2, "", safe_uts::now());
     return 0;
   }
-  if (eq(p1, "sort")) return not_available("sort");
+  if (eq(p1, "sort")) {
+    if (argc < 4) return syntax_error("brelmot sort wconf dirNr");
+    return folders::sort_conf(p2, atoi(p3));
+  }
   if (eq(p1, "wconf")) {
-    if (argc > 3 && p3 && isdigit((unsigned char)p2[0])) return not_available("wconf");
+    if (argc > 3 && p3 && isdigit((unsigned char)p2[0])) return folders::wconf_dir(atoi(p2), p3, stdout);
     printf("\nerror: not this Syntax: brelmot wconf dirNr dir\n");
     return 1;
   }
-  if (eq(p1, "nopub") || eq(p1, "wconf_ADD") || eq(p1, "find") || eq(p1, "update_from"))
-    return not_available(p1);
+  if (int rc = folder_command(argc, p1, p2, p3); rc >= 0) return rc;
   if (eq(p1, "unite")) {
     if (argc < 4) return syntax_error("brelmot unite dir pre");
     ut.unite(p2, p3, false);

@@ -9,6 +9,7 @@
 
 #include "driver/des_text.h"
 #include "driver/doc_des.h"
+#include "driver/folders.h"
 #include "engine/ut_htm.h"
 #include "runtime/exec_ut.h"
 #include "runtime/safe_uts.h"
@@ -36,8 +37,8 @@ int DocDes::read_webConfiguration(const char* conf, const char* p2, const char* 
   web.prefix_set[0] = true;
 
   if (!strcmp(conf, "update")) {
-    printf("\nbrelmot: the command \"update\" is not available yet\n");
-    return 2;
+    folders::command_ref(web.inst);
+    return 0;
   }
   if (safe_ut.ok_is_a(conf) != 'f') {
     printf("\nUser's error: no such file: %s\n", conf);

@@ -135,14 +135,21 @@ std::vector<std::string> file_ops::list(const std::string& dir) {
 void file_ops::walk(const std::string& dir,
                     const std::function<void(const std::string&, bool)>& visit,
                     const std::function<bool(const std::string&)>& enter) {
-  for (const std::string& name : list(dir)) {
-    std::string p = join(dir, name);
-    struct stat ls;
-    if (os().lstat(p.c_str(), &ls) != 0) continue;
-    bool d = S_ISDIR(ls.st_mode);
-    if (S_ISLNK(ls.st_mode)) d = is_dir(p);
+  std::vector<os_env::entry> entries;
+  if (os().list_kinds(dir.empty() ? "." : dir.c_str(), &entries) != 0) entries.clear();
+  std::sort(entries.begin(), entries.end(),
+            [](const os_env::entry& a, const os_env::entry& b) { return name_less(a.name, b.name); });
+  for (const os_env::entry& e : entries) {
+    std::string p = join(dir, e.name);
+    char kind = e.kind;
+    if (kind == '?') {
+      struct stat ls;
+      if (os().lstat(p.c_str(), &ls) != 0) continue;
+      kind = S_ISDIR(ls.st_mode) ? 'd' : S_ISLNK(ls.st_mode) ? 'l' : 'f';
+    }
+    bool d = kind == 'd' || (kind == 'l' && is_dir(p));
     visit(p, d);
-    if (d && !S_ISLNK(ls.st_mode) && enter(name)) walk(p, visit, enter);
+    if (kind == 'd' && enter(e.name)) walk(p, visit, enter);
   }
 }
 

@@ -74,6 +74,28 @@ int posix_os::list(const char* dir, std::vector<std::string>* names) {
   return 0;
 }
 
+int os_env::list_kinds(const char* dir, std::vector<entry>* entries) {
+  std::vector<std::string> names;
+  if (list(dir, &names) != 0) return -1;
+  for (std::string& n : names) entries->push_back(entry{std::move(n), '?'});
+  return 0;
+}
+
+// The kind comes with the entry from most file systems: a walk of a large
+// tree needs no `lstat` for each name.
+int posix_os::list_kinds(const char* dir, std::vector<entry>* entries) {
+  DIR* d = ::opendir(dir);
+  if (!d) return -1;
+  while (struct dirent* e = ::readdir(d)) {
+    const char* n = e->d_name;
+    if (n[0] == '.' && (n[1] == 0 || (n[1] == '.' && n[2] == 0))) continue;
+    char kind = e->d_type == DT_DIR ? 'd' : e->d_type == DT_LNK ? 'l' : e->d_type == DT_UNKNOWN ? '?' : 'f';
+    entries->push_back(entry{n, kind});
+  }
+  ::closedir(d);
+  return 0;
+}
+
 std::string posix_os::realpath(const char* path) {
   char buf[PATH_MAX];
   return ::realpath(path, buf) ? std::string(buf) : std::string();

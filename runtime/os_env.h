@@ -67,6 +67,14 @@ class os_env {
   // The names in a folder, "." and ".." left out, in the system's order;
   // -1 when the folder cannot be read.
   virtual int list(const char* dir, std::vector<std::string>* names) = 0;
+  // As `list`, with what the folder tells of each entry beside its name:
+  // 'd' a folder, 'l' a symbolic link, 'f' anything else, '?' not told (the
+  // caller asks `lstat`).  The default tells nothing.
+  struct entry {
+    std::string name;
+    char kind;
+  };
+  virtual int list_kinds(const char* dir, std::vector<entry>* entries);
   // The resolved absolute path; empty on failure.
   virtual std::string realpath(const char* path) = 0;
   // mkdtemp: `templ` ends in "XXXXXX", which is replaced; false on failure.
@@ -122,6 +130,7 @@ class posix_os : public os_env {
   int symlink(const char* target, const char* link) override;
   ssize_t readlink(const char* path, char* buf, size_t n) override;
   int list(const char* dir, std::vector<std::string>* names) override;
+  int list_kinds(const char* dir, std::vector<entry>* entries) override;
   std::string realpath(const char* path) override;
   bool make_temp_dir(std::string* templ) override;
   int chdir(const char* dir) override;

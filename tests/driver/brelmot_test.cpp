@@ -1,5 +1,5 @@
 // The program from the command line, as a user runs it: usage, exit status,
-// the document commands, and the commands that are not built yet.
+// the document commands.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -30,16 +30,12 @@ TEST(Entry, UsageAndStatus) {
   EXPECT_NE(p.out.find("--  Syntax 9:"), std::string::npos);
 }
 
-TEST(Entry, LaterCommandsSayTheyAreNotAvailable) {
+TEST(Entry, WconfNeedsANumberAndAFolder) {
   testutil::TempDir tmp;
-  for (const char* args : {"sort w 1", "nopub .", "find x .", "pub_alle"}) {
-    auto r = run_brelmot(args);
-    EXPECT_EQ(r.status, 2) << args << r.out;
-    EXPECT_NE(r.out.find("is not available yet"), std::string::npos) << args;
-  }
   auto w = run_brelmot("wconf abc dir");
   EXPECT_EQ(w.status, 1);
   EXPECT_NE(w.out.find("\nerror: not this Syntax: brelmot wconf dirNr dir\n"), std::string::npos);
+  EXPECT_EQ(run_brelmot("wconf 3").status, 1);
 }
 
 TEST(Entry, MkrootFailsWithAReport) {
