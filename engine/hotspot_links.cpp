@@ -111,7 +111,7 @@ void ut_htm::gloss_pass(const char* from, const char* to, str_set& glossSet) {
                                ? find_in(p, end, "</a")
                                : p;
         const char* gt = stop ? static_cast<const char*>(memchr(stop, '>', end - stop)) : nullptr;
-        copy = gt ? (int)(gt + 1 - p) : (int)(end - p);
+        copy = gt ? (int)(gt + 1 - p) : 1;
         continue;
       }
       unsigned char b = rb.a > 0 ? (unsigned char)p[-1] : ' ';

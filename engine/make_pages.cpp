@@ -30,6 +30,16 @@ const char* const hot_stops[] = {"D_", "A_", "P_", "C_", "m_", "V_", "B_", "E_",
 // Bare prefixes: defined, so that they stay plain and create no problem.
 const char* const place_holders[] = {"C_", "S_", "m_", "P_", "A_", "D_", "V_", "B_", "$_"};
 
+// Titles of glossary definitions without a blank are names too.
+void titles_to_defs(Btree& secTitles, Btree& defs) {
+  Btree_st st;
+  for (unsigned s = secTitles.GetFirst(st); s; s = secTitles.GetNext(st)) {
+    std::string k = st.k;
+    if (k.compare(0, 3, "D_(") == 0 && k.back() == ')') k = k.substr(3, k.size() - 4);
+    if (k.find(' ') == std::string::npos && !tree_holds(defs, k)) tree_put(defs, k, st.c);
+  }
+}
+
 }  // namespace
 
 void ut_htm::make_pages(int maxPage, StrTrees* menuTree) {
@@ -41,13 +51,8 @@ void ut_htm::make_pages(int maxPage, StrTrees* menuTree) {
   max_page_ = maxPage;
   str_set hotSet("hotSet");
   for (const char* s : hot_stops) hotSet.insert(s);
-  // Titles of glossary definitions without a blank are names too.
+  titles_to_defs(secTitles, defs);
   Btree_st st;
-  for (unsigned s = secTitles.GetFirst(st); s; s = secTitles.GetNext(st)) {
-    std::string k = st.k;
-    if (k.compare(0, 3, "D_(") == 0 && k.back() == ')') k = k.substr(3, k.size() - 4);
-    if (k.find(' ') == std::string::npos && !tree_holds(defs, k)) tree_put(defs, k, st.c);
-  }
   int page = 1;
   for (; page <= maxPage; page++) collect_defs(page, defs);
   if (page != maxPage + 1) exut.fail(__LINE__, SRC, "System: make_pages: the pages ended early");
