@@ -78,7 +78,7 @@ void DocDes::closing_report() {
          "to mark inconsistent text,\n        %i occurrences of typed names became hotspots.\n\n"
          "        Web's portal is: xs_%s/1.htm\n\n        For webs consisting of only one "
          "document the portal is\n        xs_%s/2/6.htm (set oneDoc = TRUE in htm.ic).\n\n",
-         name, (unsigned)secs, ut->hints, ut->hotspot_count, name, name);
+         name, (unsigned)secs, ut->hints, ut->hot_links, name, name);
   if (web.web_pos.empty()) return;
   // The arrow pictures of the page navigation come from the installation.
   for (const std::string& f : safe_ut.list_dir((web.inst + "/keep").c_str())) {

@@ -178,8 +178,14 @@ void enter_hidden_headings(str_set& set, std::string sel) {
 
 }  // namespace
 
-ut_htm::ut_htm(web_model& w) : web(w) { init_sections(); }
-ut_htm::ut_htm() : own_web_(std::make_unique<web_model>()), web(*own_web_) { init_sections(); }
+ut_htm::ut_htm(web_model& w) : web(w) {
+  init_sections();
+  init_web_pass(true);
+}
+ut_htm::ut_htm() : own_web_(std::make_unique<web_model>()), web(*own_web_) {
+  init_sections();
+  init_web_pass(false);
+}
 ut_htm::~ut_htm() { drop_sections(); }
 
 void ut_htm::make_sets() {

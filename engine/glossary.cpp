@@ -178,6 +178,17 @@ void ut_htm::glossar_entry(const char* target, const char* term, const char* def
           atoi(hash + 2), term);
   fputs(definition, f);
   tree_put(web.glossTerms, term, target);
+  // The definition as plain text, for the index line of the term.
+  std::string text;
+  bool tag = false;
+  for (const char* p = definition; *p && text.size() < 200; p++) {
+    if (*p == '<') tag = true;
+    else if (*p == '>') tag = false;
+    else if (!tag) text += *p == '\n' ? ' ' : *p;
+  }
+  text.erase(0, text.find_first_not_of(' '));
+  while (!text.empty() && text.back() == ' ') text.pop_back();
+  tree_put(glossDefs, term, text);
 }
 
 void ut_htm::glossar_table(const char* pageFile) {

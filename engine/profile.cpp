@@ -248,6 +248,8 @@ static void read_secLU(const std::string& file, Btree& secDates, Btree& docNrs,
   });
 }
 
+std::string ut_htm::secLU_name(const std::string& line) { return sec_name(line); }
+
 void ut_htm::write_secLU(const char* profile) {
   if (!profile) safe_uts::null_pointer(__LINE__, SRC);
   const std::string date = profile_date(profile);

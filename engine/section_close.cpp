@@ -311,5 +311,9 @@ int ut_htm::close_check() {
     printf("\nno oRef: n1st %3s: [ %s ]", st.c, st.k);
     n++;
   }
+  if (secs_not_found && web.secDates.number_of_elements() > 0) {
+    printf("\n\nW a r n i n g :  %i sections not found in Btree secDates.\n", secs_not_found);
+    web.secDates.show("secDates", stdout);
+  }
   return n;
 }

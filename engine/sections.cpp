@@ -38,7 +38,7 @@ void ut_htm::init_sections() {
   page_first.assign(max_pages + 2, 0);
   page_level.assign(max_pages + 2, 0);
   for (Btree* t : {&defs, &semis, &semiKeys, &specs, &docClasses, &missRefs, &to_code, &ANam,
-                   &NoSp, &noHot, &noProblem, &secTitles})
+                   &NoSp, &noHot, &noProblem, &secTitles, &glossDefs})
     prepare_tree(*t, "engine");
   // The list of thin pages is this run's alone.
   if (safe_ut.exists("tmpAppender")) safe_ut.remove_file("tmpAppender");
@@ -49,7 +49,7 @@ void ut_htm::init_sections() {
 
 void ut_htm::drop_sections() {
   for (Btree* t : {&defs, &semis, &semiKeys, &specs, &docClasses, &missRefs, &to_code, &ANam,
-                   &NoSp, &noHot, &noProblem, &secTitles})
+                   &NoSp, &noHot, &noProblem, &secTitles, &glossDefs})
     empty_tree(*t);
 }
 

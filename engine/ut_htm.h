@@ -17,7 +17,9 @@
 //   engine/section_*.cpp    the cut's marks, headings, closing a document
 //   engine/toc.cpp          tables of contents
 //   engine/menus.cpp, styles.cpp  page menus, heads and style sheets
-//   engine/make_pages.cpp, hotspots.cpp  the web pass: definitions, hotspots
+//   engine/make_pages.cpp   the web pass: its steps, glossary terms, home menu
+//   engine/hotspot_defs.cpp definitions and anchor names of all pages
+//   engine/hotspots.cpp, hotspot_names.cpp, hotspot_links.cpp  hotspots
 //   engine/index_pages.cpp  the index pages, detail pages, problems page
 // The document utilities and the link checker are in the base class
 // (engine/ut_htmst.h).
@@ -32,8 +34,10 @@
 
 #include <array>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "engine/ut_htmst.h"
@@ -205,13 +209,48 @@ class ut_htm : public ut_htmst {
   // Prints the references that stayed open; returns their count.
   int close_check();
 
-  // ---- the web pass (engine/make_pages.cpp, hotspots.cpp) -------------
+  // ---- the web pass (engine/make_pages.cpp, hotspot_defs.cpp,
+  // ---- hotspots.cpp, hotspot_names.cpp, hotspot_links.cpp) ------------
   // The run of the engine over all pages 1 .. maxPage, in the folder xs:
   // definitions, hotspots, glossary terms, the index, the home menu.
   // `menuTree` may be null.  Does nothing for maxPage below 1.
   void make_pages(int maxPage, StrTrees* menuTree);
-  int hints = 0;          // "[?]" hints written
-  int hotspot_count = 0;  // typed names that became links
+  // First pass over <docNr>/<page>.htm: link texts into `defs`, anchor
+  // names into ANam.
+  void collect_defs(int page, Btree& defs);
+  // Second pass over <docNr>/<page>.htm: typed names and keywords become
+  // links or get the hint "[?]", definitions go into the index, the bottom
+  // line is written.  Returns the number of typed names found.
+  int make_hotspots(int page, str_set& hotSet, str_set& glossSet);
+  // The typed names ("X_Name", "$name") of the paragraph that starts at `p`
+  // (up to "</p", "In:" or "Out:", at most 100); tags are passed over.
+  static std::vector<std::string> typed_names(const char* p, const char* end);
+  // Enters `word` into the index, once per page (`pageWords`), under the
+  // current `heading`, with the anchor e<anchor> of `page`.
+  void word_to_index(Btree& pageWords, const std::string& word, const std::string& heading,
+                     int page, int anchor);
+  // A bold and underlined text starting at the tag `p`: a definition in
+  // running text, entered into the index.  True, with hot_nr raised, when
+  // the text is one.
+  bool marked_to_index(int page, const char* p, const char* end);
+  // The glossary sub-pass: each term of `glossSet` in the text of `from`
+  // becomes a link to its glossary entry; writes `to`.
+  void gloss_pass(const char* from, const char* to, str_set& glossSet);
+  // References "#_<title>" of a page to the page of that section.
+  void fix_secRefs(int page);
+  // The page of a section by its key (lower-case letters of its title),
+  // from "tmp_toc" or "../tmp_toc"; 0 when it is not there.
+  int page_of_secRef(const char* key);
+  // The target of a definition's data as seen from a page of document
+  // `docNr`: "../<docNr of the target>/" in front when the target lies in
+  // another document.
+  std::string link_target(const std::string& data, int docNr) const;
+  // The name by which "secLU" keys a section line.
+  static std::string secLU_name(const std::string& line);
+  // The hint behind a typed name without a definition; the form with words
+  // is for a name that is no typed one.
+  static constexpr const char* hint_text = "<font color=#FF3333><b>[?] </b></font>";
+  static constexpr const char* hint_words = "<font color=#FF3333><b>[?] not yet specified </b></font>";
 
   // ---- index pages (engine/index_pages.cpp) ----------------------------
   // The typed-name index pages, their detail pages, the problems page and
@@ -240,6 +279,14 @@ class ut_htm : public ut_htmst {
   // Trees of the web pass (keys and data as the engine's table of trees
   // gives them).
   Btree ANam, NoSp, noHot, noProblem, secTitles;
+  Btree glossDefs;  // glossary term -> its definition as plain text
+  // Counters of the web pass.
+  int hot_nr = 0;           // anchors e<n> of the hotspots
+  int hints = 0;            // "[?]" hints written
+  int hot_links = 0;        // typed names that became links
+  int sec_errors = 0;       // "</secLU" marks of unknown documents
+  int secs_not_found = 0;   // sections missing in secDates
+  int max_page_ = 0;        // the last page of the web pass
   std::string ourERD, ourSQL;  // "<docNr>/<page>.htm~<file>" of the ERD and SQL pages
   int unknown_semis = 0, open_refs = 0;  // content problems counted
 
@@ -293,6 +340,14 @@ class ut_htm : public ut_htmst {
   friend class doc_splitter;
   void init_sections();  // engine/sections.cpp
   void drop_sections();
+  // engine/hotspot_defs.cpp
+  void init_web_pass(bool build);
+  void settle_defs();
+  void clean_marked(const std::string& file);
+  // engine/make_pages.cpp
+  void gloss_to_index();
+  void home_menu(StrTrees* menuTree);
+  std::unique_ptr<std::map<std::string, int>> secRefs_;  // tmp_toc: section key -> page
   // engine/clean.cpp
   void spans_pass(const char* file, str_set& stops);
   void span_tag(rBuffer& rb, FILE* out);
