@@ -93,7 +93,7 @@ void ut_htm::ourMenu(int line, const char* file, FILE* out, int kind, const char
     // An index page of typed names: its kind as the title, the web's
     // terms page as the link.
     fprintf(out, "\n<p align=center><a name=\"%i\"></a><br/>\n<font size=5><b> %s <a href=\"1/3.htm\">%s</a>\n</b></font></p>",
-            page_rank(title), title, web.web_name.empty() ? "Home" : web.web_name.c_str());
+            page_rank(name), title, web.web_name.empty() ? "Home" : web.web_name.c_str());
   }
   std::string home = web.web_name.empty() ? "Home" : web.web_name;
   std::string erd = "";
