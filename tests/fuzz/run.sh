@@ -21,7 +21,7 @@ src=$(cd "$(dirname "$0")/../.." && pwd)
 secs=${1:-30}
 [ $# -gt 0 ] && shift
 all=(rbuffer_fuzz clean_fuzz link_check_fuzz wconf_fuzz btree_file_fuzz btree_ops_fuzz
-     cards_fuzz sections_fuzz profile_fuzz)
+     cards_fuzz sections_fuzz profile_fuzz topic_search_fuzz)
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || targets=("${all[@]}")
 build=${BRELMOT_FUZZ_BUILD:-$src/build-fuzz}
@@ -61,6 +61,7 @@ seeds_of() {
     cards_fuzz|sections_fuzz) ls -d "$src"/examples/sample/publish/*.htm "$src"/ut_brelmot/doc/publish/*.htm \
                              "$src"/tests/fuzz/seeds/cards/* ;;
     profile_fuzz) ls -d "$src"/tests/fuzz/seeds/profile/* ;;
+    topic_search_fuzz) ls -d "$src"/tests/fuzz/seeds/topic_search/* ;;
   esac 2>/dev/null || true
 }
 
