@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/escape.h"
 #include "engine/ut_htm.h"
 #include "runtime/exec_ut.h"
 #include "runtime/owned_file.h"
@@ -107,8 +108,7 @@ FILE* topic_page(ut_htm& ut, const std::string& file, const char* title, const c
 
 }  // namespace
 
-void ut_htm::read_search(const char* webRoot) {
-  (void)webRoot;
+void ut_htm::read_search() {
   std::set<std::string> seen;
   for (const topic_record& se : web.folders) {
     if (se.web_path.empty()) continue;
@@ -145,7 +145,7 @@ void ut_htm::search_in_web(FILE* out, int n, const char* webRoot) {
       skipped |= !web.H_phrases[i].empty() && l.title.compare(0, web.H_phrases[i].size(), web.H_phrases[i]) == 0;
     if (!skipped)
       fprintf(out, "\n<br/>%s<a href=\"%s%s/%s\">%s</a>", "", prefix.c_str(), se.web_path.c_str(),
-              l.target.c_str(), l.title.c_str());
+              html_attr(l.target).c_str(), l.title.c_str());
   }
 }
 
@@ -162,7 +162,7 @@ void ut_htm::cross_search(const char* file, const char* webRoot) {
     }
     safe_ut.close_FILE(&links.f, SRC, __LINE__);
   }
-  read_search(webRoot);
+  read_search();
   bool any = false;
   for (const topic_record& se : web.folders) any |= !se.web_path.empty();
   if (!any) return;
@@ -222,8 +222,9 @@ void hit_line(FILE* out, const web_model& web, const std::string& label, const s
     for (const topic_record& se : web.folders) {
       if (se.web_number != wn || se.web_path.empty()) continue;
       std::string base = web_prefix(se.web_path) + se.web_path + "/";
+      // The target comes from the other web's file.
       fprintf(out, "\n<br/>%s: <a href=\"%s%s\">%s</a>", label.c_str(), base.c_str(),
-              target.c_str() + digits + 1, title.c_str());
+              html_attr(target.substr(digits + 1)).c_str(), title.c_str());
       return;
     }
   }

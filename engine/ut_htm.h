@@ -247,7 +247,7 @@ class ut_htm : public ut_htmst {
   // The titles that the other webs of the topic records filed in their
   // "profs/search" go under this web's topics, with "<web number>:" in
   // front of their targets.  A path without such a file is reported once.
-  void read_search(const char* webRoot = "xs");
+  void read_search();
   // read_search, then, when a record names a web, "s.htm" and the pages
   // "fo<n>.htm" of the titles of all webs, and "xs.bat".  With `file`, the
   // links to this web's folder pages are appended to that page first.
