@@ -126,6 +126,8 @@ int DocDes::reading_outcome() {
     return 1;
   }
   if (web.docs == 1) {
+    // A configuration of topics only: its topic pages are the web.
+    ut->make_topicPages("xs");
     printf("\no k  -  Now call xs to open your web index\n");
     return 0;
   }

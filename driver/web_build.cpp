@@ -36,6 +36,8 @@ int DocDes::finish_build(const char* conf) {
     folder_guard in_xs;
     in_xs.enter("xs");
     ut->make_pages(web.max_page, nullptr);
+    // The topic folders and the concept index, from what the index gathered.
+    ut->make_topicPages(".");
     printf("\nNow fetch PATH/ut_brelmot/keep/_*.gif :\n");
     install_files();
     ut->close_check();

@@ -22,6 +22,18 @@ const char* const style_head =
     "  .G     { margin: 0pt 0pt 6pt 50pt; }\n\n--></style>%s<font face=\"ARIAL,VERDANA\" "
     "size=10pt>";
 
+// The title of the index page of a typed name's prefix, or null.
+const char* list_title(const char* name) {
+  static const char* const titles[][2] = {
+      {"R_", "Requirements"}, {"D_", "Semi Titles"}, {"A_", "Actors"},
+      {"P_", "Processes"},    {"C_", "Components"},  {"S_", "Services"},
+      {"V_", "Views"},        {"B_", "Business Data"}, {"$_", "Installation Parameters"}};
+  if (!name) return nullptr;
+  for (const auto& t : titles)
+    if (!strcmp(name, t[0])) return t[1];
+  return nullptr;
+}
+
 }  // namespace
 
 bool ut_htm::one_doc_web() const { return web.oneDoc || web.comms.size() <= 2; }
@@ -77,6 +89,11 @@ void ut_htm::ourMenu(int line, const char* file, FILE* out, int kind, const char
   if (name && !strcmp(name, "Problems")) {
     fprintf(out, "\n<p align=center><a name=\"%i\"></a><br/>\n<font size=5><b> %s <a href=\"1/3.htm\">%s</a>\n</b></font></p>",
             page_rank(name), "List of", "UNDEFs");
+  } else if (const char* title = list_title(name)) {
+    // An index page of typed names: its kind as the title, the web's
+    // terms page as the link.
+    fprintf(out, "\n<p align=center><a name=\"%i\"></a><br/>\n<font size=5><b> %s <a href=\"1/3.htm\">%s</a>\n</b></font></p>",
+            page_rank(name), title, web.web_name.empty() ? "Home" : web.web_name.c_str());
   }
   std::string home = web.web_name.empty() ? "Home" : web.web_name;
   std::string erd = "";

@@ -1,7 +1,7 @@
 // Titles for the search: every title of the web goes, word by word, into
 // the concept index, as a line into "xs/profs/search" (which other webs of
-// a group read), and under each topic whose search word it holds.  (The
-// topic pages and the search over all webs come with the web pass.)
+// a group read), and under each topic whose search word it holds.  The
+// pages made of them are in engine/topic_pages.cpp.
 #include <cctype>
 #include <cstring>
 #include <string>
@@ -88,15 +88,20 @@ void ut_htm::title_to_search(const char* title, const char* target, int docNr) {
   }
   const std::string full = std::to_string(docNr) + "/" + file;
   fprintf(derived_.search, "\n-%s~%s~", title, full.c_str());
+  topic_hits(title, full);
+}
+
+void ut_htm::topic_hits(const std::string& title, const std::string& target) {
   for (size_t n = 0; n < web.folders.size(); n++) {
     const topic_record& se = web.folders[n];
     if (!at_word_start(title, se.phrase)) continue;
     char key[1200];
     if (se.label && !se.label->empty())
-      snprintf(key, sizeof key, "%s[%i]+%s: %s", se.head.c_str(), (int)n, se.label->c_str(), title);
+      snprintf(key, sizeof key, "%s[%i]+%s: %s", se.head.c_str(), (int)n, se.label->c_str(),
+               title.c_str());
     else
-      snprintf(key, sizeof key, "%s[%i]-%s", se.head.c_str(), (int)n, title);
-    tree_put(web.topicHits, key, full);
+      snprintf(key, sizeof key, "%s[%i]-%s", se.head.c_str(), (int)n, title.c_str());
+    tree_put(web.topicHits, key, target);
   }
 }
 
@@ -104,6 +109,3 @@ void ut_htm::close_search() {
   if (derived_.search) safe_ut.close_FILE(&derived_.search, __FILE__, __LINE__);
   derived_.search = nullptr;
 }
-
-// The concept index and the topic folders.  (Still to come.)
-void ut_htm::make_topicPages() {}

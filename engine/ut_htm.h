@@ -20,7 +20,10 @@
 //   engine/make_pages.cpp   the web pass: its steps, glossary terms, home menu
 //   engine/hotspot_defs.cpp definitions and anchor names of all pages
 //   engine/hotspots.cpp, hotspot_names.cpp, hotspot_links.cpp  hotspots
-//   engine/index_pages.cpp  the index pages, detail pages, problems page
+//   engine/index_pages.cpp  the index pages and detail pages
+//   engine/index_defs.cpp   what the index lists: definitions, semi titles
+//   engine/problems_page.cpp  the problems page and the fixed pages
+//   engine/topic_pages.cpp  topic folders, the search over webs, context.htm
 // The document utilities and the link checker are in the base class
 // (engine/ut_htmst.h).
 //
@@ -252,15 +255,47 @@ class ut_htm : public ut_htmst {
   static constexpr const char* hint_text = "<font color=#FF3333><b>[?] </b></font>";
   static constexpr const char* hint_words = "<font color=#FF3333><b>[?] not yet specified </b></font>";
 
-  // ---- index pages (engine/index_pages.cpp) ----------------------------
+  // ---- index pages (engine/index_pages.cpp, index_defs.cpp,
+  // ---- problems_page.cpp) ----------------------------------------------
+  static constexpr int max_detail_pages = 800;  // detail pages det/<n>.htm of the index
   // The typed-name index pages, their detail pages, the problems page and
-  // the fixed pages, in the folder xs.
+  // the fixed pages, in the folder xs (the working folder).
   void create_index();
+  // The pages of each code document's "j2h/docu_files" into `index` as
+  // "D_(NAME: text)", and the capitalised words of their texts into allIndex.
+  void docu_files_index(Btree& index);
+  // defs, secTitles and semis into `index`, each entry also under the key
+  // its index page lists it by ("C_ Name", "D_(text)", "$_ name").
+  void index_of_defs(Btree& index);
+  // The alternatives of the semi title `key` ("D_(A, B and C of x)": one
+  // per list member; "D_(More: x)": "D_(x)") into `index` with `data`,
+  // where no entry of that key exists yet.
+  void semi_variants(Btree& index, const char* key, const char* data);
+  // "Problems.htm" from NoSp, less the names that `index`, semiKeys or
+  // noProblem know, and "problems.htm" as a link to it.  Returns the number
+  // of problems counted.
+  int problems_page(Btree& index);
+  // The fixed pages that nothing else wrote, and "quality.htm".
+  void fixed_pages();
 
-  // ---- topic pages and the search over webs (engine/topics.cpp) --------
-  // context.htm and c<code>.htm from allIndex, and the topic folders, in
-  // the folder xs.
-  void make_topicPages();
+  // ---- topic pages and the search over webs (engine/topic_pages.cpp) ---
+  // The topic folders (Lo_fo<web>.htm, fo_<folder>.htm), the pages over
+  // all webs (s.htm, fo<n>.htm, with "xs.bat" beside the web) and the
+  // concept index (context.htm, c<code>.htm).  `webRoot` is the web's
+  // folder seen from the working folder: "xs" from the folder of the run
+  // (as after the reading), "." from inside xs (as in the web pass).
+  void make_topicPages(const char* webRoot = "xs");
+  // The titles that the other webs of the topic records filed in their
+  // "profs/search" go under this web's topics, with "<web number>:" in
+  // front of their targets.  A path without such a file is reported once.
+  void read_search();
+  // read_search, then, when a record names a web, "s.htm" and the pages
+  // "fo<n>.htm" of the titles of all webs, and "xs.bat".  With `file`, the
+  // links to this web's folder pages are appended to that page first.
+  void cross_search(const char* file, const char* webRoot = "xs");
+  // The titles of record `n`'s web that hold its search word, as a page
+  // part written to `out`.
+  void search_in_web(FILE* out, int n, const char* webRoot = "xs");
 
   // ---- what the portal shows of them (engine/portal_topics.cpp) --------
   // The number of the first detail page whose name begins with `topic`, or
@@ -268,6 +303,7 @@ class ut_htm : public ut_htmst {
   int first_detail_page(const std::string& topic) const;
   // The list of the web's topics for the portal's contents.
   std::string topic_list() const;
+  std::vector<std::string> detName;  // titles of the detail pages det/<n>.htm, by n
 
   // Page arrays, indexed by page (see max_pages).
   std::vector<int> page_doc, page_first, page_level;
@@ -338,6 +374,9 @@ class ut_htm : public ut_htmst {
 
  private:
   friend class doc_splitter;
+  // Enters `title` under each topic whose search word it holds, with
+  // `target` (engine/topics.cpp).
+  void topic_hits(const std::string& title, const std::string& target);
   void init_sections();  // engine/sections.cpp
   void drop_sections();
   // engine/hotspot_defs.cpp
