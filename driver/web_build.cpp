@@ -69,6 +69,13 @@ void DocDes::install_files() {
     std::string from = web.inst + "/doc/" + f;
     if (safe_ut.ok_is_a(from.c_str()) == 'f') safe_ut.copy_file(f, from.c_str());
   }
+  // The pages one folder down (detail pages, the documents' menus) take
+  // the fixed style sheet from the web's root.
+  if (!safe_ut.exists("1.css")) {
+    FILE* css = safe_ut.create("1.css");
+    ut_htm::fixed_css(css);
+    safe_ut.close_FILE(&css, SRC, __LINE__);
+  }
 }
 
 // The closing report of a build that reached its end.
