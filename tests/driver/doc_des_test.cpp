@@ -295,6 +295,9 @@ TEST(Endings, CleanCheckNoDocumentAndBuild) {
   r = run_brelmot("t");
   EXPECT_EQ(r.status, 0);
   EXPECT_TRUE(has(r.out, "\no k  -  Now call xs to open your web index\n"));
+  // A configuration of topics only gets its topic pages.
+  EXPECT_TRUE(fs::exists("xs/Lo_foT.htm"));
+  EXPECT_TRUE(fs::exists("xs/context.htm"));
 }
 
 TEST_F(Intake, FolderPatternListsItsFilesOnAPage) {

@@ -244,6 +244,38 @@ TEST(Pipeline, CodeRootCutsTwiceAndLeavesWhatOneCutLeaves) {
     EXPECT_TRUE(plain[f] == twice[f]) << f;
 }
 
+// What a finished build leaves beside the web and says at its end, and the
+// web of one document.
+TEST(Pipeline, FinishedBuildReportsAndLeavesItsFiles) {
+  testutil::TempDir tmp;
+  small_web("Payment is due in thirty days.");
+  auto r = run_brelmot("testMe.w", env(day1));
+  expect_full_pass(r);
+  for (const char* text :
+       {"\nZiele im Internet:", "\nSomit sind 0 Ziele absolut addressierte Targets im Internet.\n",
+        "\n\n        Time needed to create the Pipe web: 0 sec\n", "        Web's portal is: xs_Pipe/1.htm\n",
+        "\nCreated ", " <a href=...>\n", "\nNow fetch PATH/ut_brelmot/keep/_*.gif :\n"})
+    EXPECT_TRUE(has(r.out, text)) << text;
+  EXPECT_EQ(read_file("1.bat"), "\nstart xs_Pipe\\1.htm");
+  EXPECT_EQ(read_file("xs_Pipe/profs/wconf.txt"), read_file("w/wconf"));
+  EXPECT_TRUE(has(read_file("xs_Pipe/Arch.htm"), "So far Architecture in Pictures does not exist"));
+  EXPECT_TRUE(has(read_file("xs_Pipe/Pres.htm"), "No Presentations published"));
+  EXPECT_TRUE(fs::is_symlink("xs_Pipe/problems.htm"));
+  EXPECT_EQ(read_file("xs_Pipe/problems.htm"), read_file("xs_Pipe/Problems.htm"));
+  for (const char* f : {"xs_Pipe/_prev.gif", "xs_Pipe/_next.gif", "xs_Pipe/webRoot.pdf",
+                        "xs_Pipe/templates.pdf", "xs_Pipe/context.htm", "xs_Pipe/index.htm",
+                        "xs_Pipe/quality.htm"})
+    EXPECT_TRUE(fs::exists(f)) << f;
+  EXPECT_FALSE(fs::exists("xs"));
+
+  std::string conf = read_file("w/wconf");
+  write_file("w/wconf", "-o oneDoc\n" + conf);
+  r = run_brelmot("w", env(day1));
+  expect_full_pass(r);
+  EXPECT_TRUE(has(r.out, "\noneDoc, daher:\nNun ersetze in xs_Pipe Umleitung 1/1.htm durch 2/6.htm.\n"));
+  EXPECT_TRUE(has(read_file("xs_Pipe/1/1.htm"), "URL=../2/6.htm"));
+}
+
 // A build that fails in the middle of the section pass leaves the web of
 // the build before exactly as it was; a web position that is a file is
 // refused before anything is built.
