@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/index_text.h"
 #include "engine/ut_htm.h"
 #include "runtime/exec_ut.h"
 #include "runtime/safe_uts.h"
@@ -17,13 +18,8 @@ namespace {
 
 const char* const SRC = "index_defs";
 
-bool begins(const std::string& s, const char* p) { return s.compare(0, strlen(p), p) == 0; }
-
-std::string trimmed(const std::string& s) {
-  size_t a = s.find_first_not_of(' ');
-  if (a == std::string::npos) return "";
-  return s.substr(a, s.find_last_not_of(' ') - a + 1);
-}
+using index_text::begins;
+using index_text::trimmed;
 
 // Enters `k` unless the index has it already.
 void put_new(Btree& index, const std::string& k, const std::string& d) {

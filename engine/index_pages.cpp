@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/index_text.h"
 #include "engine/ut_htm.h"
 #include "runtime/exec_ut.h"
 #include "runtime/owned_file.h"
@@ -22,13 +23,8 @@ const char* const SRC = "index_pages";
 const char* const kind_headers[] = {"$_", "D_", "A_", "P_", "C_", "m_", "V_", "B_", "E_", "R_", "S_"};
 const char* const page_end = "\n</p></body></html>\n";
 
-bool begins(const std::string& s, const char* p) { return s.compare(0, strlen(p), p) == 0; }
-
-std::string trimmed(const std::string& s) {
-  size_t a = s.find_first_not_of(' ');
-  if (a == std::string::npos) return "";
-  return s.substr(a, s.find_last_not_of(' ') - a + 1);
-}
+using index_text::begins;
+using index_text::trimmed;
 
 std::string without_blanks(const std::string& s) {
   std::string r;
