@@ -152,7 +152,11 @@ class Java2Htm : public ut_web {
   void read_control_file(const std::string& file);
   void phase3_listing();
   void phase4_walk();
-  void walk_line(walk_state& w, const std::string& line);
+  void walk_line(walk_state& w, const std::string& path, bool is_dir);
+  void count_lines(const std::string& path);
+  bool archive_mode() const { return !ourRoot.empty(); }
+  void create_path_under_ourRoot(const std::string& path, bool is_dir);
+  bool roseStream = false;
   void take_java(walk_state& w, const std::string& path);
   void take_other(walk_state& w, const std::string& path, const std::string& ext);
   void htms_page(const std::string& path, const std::string& ext);
@@ -178,6 +182,18 @@ class Java2Htm : public ut_web {
   void write_docu();
   void write_title_page();
 
+  void closing_files();
+  void write_packages(const std::vector<std::string>& packages);
+  std::string shown_root() const { return root; }
+ public:
+  // The offset of the common package prefix after `package` (see packages.htm).
+  static int prefix_cut(int offset, const std::string& package);
+ private:
+  void write_htm_lists();
+  Btree fileNrs;       // path key -> number, for srcfile
+  std::vector<std::pair<std::string, bool>> listing;  // the walk: path, is a folder
+  std::vector<std::string> htmRows[2];  // rows of htm.htm (HTML, JS) and css.htm
+  bool archive = false;
   std::vector<std::string> ignored;  // extensions printed as ignored
   std::vector<std::pair<std::string, int>> htmList;  // "%s~%i" rows of htms pages
   int htmNr = 0;

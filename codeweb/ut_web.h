@@ -25,8 +25,7 @@ class ut_web {
   // written only when the file is not there yet.
   static void dir_with_css(const std::string& dir);
   // Creates `name` (a page) and writes the page head and the title table
-  // with `title`; `up` is the prefix of links to the frame pages ("" or
-  // "../").
+  // with `title`.
   FILE* open_page(const std::string& name, const char* title);
   // Writes the title table with `title`.
   void title_table(FILE* f, const char* title);
