@@ -107,10 +107,8 @@ void Java2Htm::phase4_walk() {
 void Java2Htm::walk_line(walk_state& w, const std::string& path, bool is_dir) {
   // The skip rules look at the path below the root only, so that a root
   // that itself lies below a folder "bin" keeps working.
-  std::string rel = lower(shown(path));
-  for (const char* skip : {"/publish/", "/j2h/", "/bin/", ".old/", ".alt/"})
-    if (rel.find(skip) != std::string::npos) return;
-  if (is_dir && rel.size() >= 4 && rel.compare(rel.size() - 4, 4, "/j2h") == 0) {
+  std::string rel = lower(shown(path)) + (is_dir ? "/" : "");
+  if (is_dir && rel.size() >= 5 && rel.compare(rel.size() - 5, 5, "/j2h/") == 0) {
     // A code web of an older run inside the tree; a folder of the user's
     // that only has the name is kept.
     if (path != j2h && safe_ut.ok_is_a((path + "/f.htm").c_str()) == 'f' &&
@@ -120,6 +118,8 @@ void Java2Htm::walk_line(walk_state& w, const std::string& path, bool is_dir) {
     }
     return;
   }
+  for (const char* skip : {"/publish/", "/j2h/", "/bin/", ".old/", ".alt/"})
+    if (rel.find(skip) != std::string::npos) return;
   if (archive_mode()) {
     create_path_under_ourRoot(path, is_dir);
     return;
