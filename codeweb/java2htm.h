@@ -154,6 +154,7 @@ class Java2Htm : public ut_web {
   void phase4_walk();
   void walk_line(walk_state& w, const std::string& path, bool is_dir);
   void count_lines(const std::string& path);
+  void count_lines_of(const std::string& text);
   bool archive_mode() const { return !ourRoot.empty(); }
   void create_path_under_ourRoot(const std::string& path, bool is_dir);
   bool roseStream = false;

@@ -42,7 +42,7 @@ bool word_char(char c) { return safe_uts::is_alnum((unsigned char)c) || c == '_'
 
 std::string Java2Htm::Tips_to_htm() {
   std::string tips = root + "/tips/tips.htm";
-  if (safe_ut.ok_is_a(tips.c_str()) == 'f') split_tips(tips);
+  if (safe_ut.readable_input(tips.c_str())) split_tips(tips);
   show_xml_files("XML Files");
   if (!sample) return "f.htm";
   std::string d = head;
@@ -133,7 +133,7 @@ void Java2Htm::show_xml_files(const char* title_) {
   for (auto& e : listing) {
     const std::string& p = e.first;
     if (e.second || p.size() < 4 || lower(p.substr(p.size() - 4)) != ".xml") continue;
-    if (p.compare(0, def.size(), def) == 0) continue;
+    if (p.compare(0, def.size(), def) == 0 || !safe_ut.readable_input(p.c_str())) continue;
     std::string rel = shown(p).substr(1);
     safe_ut.copy_file_deep((j2h + "/" + rel).c_str(), p.c_str());
     fprintf(f, "\n<br><a href=\"%s\" TARGET=\"frame3\">%s</a>", html_attr(url_path(rel)).c_str(),

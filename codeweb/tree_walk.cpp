@@ -91,6 +91,8 @@ void Java2Htm::phase3_listing() {
                         "/*", "abstract ", "public ", "protected ", "private ", "interface ", "extends ",
                         "implements ", "throws ", "void ", "static ", ";import "})
     javaStops.insert(s);
+  // Frame 3 opens the overview docu.htm; only a generated sample opens
+  // the page the know-how step names ("f.htm" would be the frameset itself).
   std::string frame3 = Tips_to_htm();
   write_frameset(sample ? frame3 : "docu.htm");
   open_jscr();
@@ -130,6 +132,12 @@ void Java2Htm::walk_line(walk_state& w, const std::string& path, bool is_dir) {
   if (ext != ".pdf") w.sizes[ext] += safe_ut.file_size(path.c_str());
   if (!is_taken(ext)) {
     if (w.ignored.insert(ext).second) printf("\nignored: *%s", ext.c_str());
+    return;
+  }
+  // A file that cannot be read to its end (no right to read it, a pipe, a
+  // device) is named and passed over.
+  if (!safe_ut.readable_input(path.c_str())) {
+    printf("\nnot readable, skipped: %s", path.c_str());
     return;
   }
   if (ext == ".java")
@@ -176,17 +184,18 @@ void Java2Htm::take_other(walk_state& w, const std::string& path, const std::str
     return;
   }
   nSources++;
-  count_lines(path);
   if (is_text_page(ext)) {
     htms_page(path, ext);
     return;
   }
+  count_lines(path);
   int n = srcfile(__LINE__, lower(path).c_str(), kind_of(ext));
   if (fReal[n] == fPath[n]) fReal[n] = path;
 }
 
-void Java2Htm::count_lines(const std::string& path) {
-  std::string text = safe_ut.read_text(path.c_str());
+void Java2Htm::count_lines(const std::string& path) { count_lines_of(safe_ut.read_text(path.c_str())); }
+
+void Java2Htm::count_lines_of(const std::string& text) {
   for (char c : text)
     if (c == '\n') locTotal++;
   if (!text.empty() && text.back() != '\n') locTotal++;
@@ -195,6 +204,7 @@ void Java2Htm::count_lines(const std::string& path) {
 // The source as text: "<" as "&lt;", its count of tags in the footer.
 void Java2Htm::htms_page(const std::string& path, const std::string& ext) {
   std::string text = safe_ut.read_text(path.c_str());
+  count_lines_of(text);
   std::string out;
   int tags = 0;
   for (char c : text) {

@@ -3,6 +3,8 @@
 // webs.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <filesystem>
 
 #include "tests/codeweb/codeweb_util.h"
@@ -162,6 +164,24 @@ TEST(CodeWebWalk, StrangeNamesGetPagesAndRunNothing) {
   EXPECT_FALSE(file_exists("pwned"));
   EXPECT_FALSE(file_exists("pwned2"));
   EXPECT_FALSE(file_exists("src/pwned"));
+}
+
+// A pipe, binary text, CR-only line ends, Ctrl-Z and empty files: named or
+// shown, never a hang or a failure.
+TEST(CodeWebWalk, OddInputsAreShownOrNamed) {
+  TempDir t;
+  fs::create_directories("src/w");
+  ASSERT_EQ(mkfifo("src/w/pipe.htm", 0644), 0);
+  write_file("src/w/bin.htm", std::string("a\0b<\x01\xff", 6));
+  write_file("src/w/cr.css", "a\rb\rc\r");
+  write_file("src/w/z.js", "x\x1ay<");
+  write_file("src/w/empty.js", "");
+  std::string out = build("src");
+  EXPECT_TRUE(has(out, "not readable, skipped: src/w/pipe.htm")) << out;
+  EXPECT_EQ(read_file("src/j2h/htms/1.htm").find(std::string("a\0b&lt;", 6)) != std::string::npos, true);
+  EXPECT_TRUE(has(read_file("src/j2h/htms/2.htm"), "a\rb\rc\r"));
+  EXPECT_FALSE(has(read_file("src/j2h/htms/4.htm"), "y&lt;"));  // Ctrl-Z ends the text
+  EXPECT_TRUE(file_exists("src/j2h/htms/3.htm"));
 }
 
 TEST(CodeWebWalk, ArchiveModeCopiesTheTreeOnly) {
