@@ -65,6 +65,10 @@ class Java2Htm : public ut_web {
   static const char* nr2(int n);
   static const char* strNr2(int n, const char* prefix);
 
+  // The first step of make_htm_dir alone: the root argument split, the
+  // folder checked and a control file read (for tests; nothing is written).
+  void root_argument(const char* root_arg) { phase1_args(root_arg); }
+
   // True when no `s` entry of the control file is part of `path`.
   bool not_selected(const char* path) const;
 
