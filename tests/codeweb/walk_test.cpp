@@ -56,7 +56,19 @@ TEST(CodeWebWalk, ExtensionsTakenIgnoredOnceOrNotNoticed) {
   write_file("src/b/R.XYZ", "22");
   write_file("src/b/s.longer", "333");
   write_file("src/b/page.htm", "<p>x</p>");
+  write_file("src/c/m.cpp", "int main() {}\n");
+  write_file("src/c/t.INL", "inline\n");
+  write_file("src/c/r.mdl", "model\n");
   std::string out = build("src", nullptr, [](Java2Htm& w) {
+    // The C++ files concatenated for the readers; kinds by extension, none
+    // for text pages and the model stream.
+    EXPECT_EQ(read_file("src/alles_cpp"), "\nfile: src/c/m.cpp\nint main() {}\n");
+    std::vector<std::pair<std::string, int>> rows;
+    for (int n = 1; n <= w.cfNr; n++) rows.push_back({w.fPath[n], w.fKind[n]});
+    std::vector<std::pair<std::string, int>> want = {
+        {"p0001.src/a", 1}, {"c0002.src/a/a.java", 1}, {"src/c/m.cpp", 5}, {"src/c/t.inl", 5}};
+    EXPECT_EQ(rows, want);
+    EXPECT_EQ(read_file("xx_ALLRose"), "model\n");
     Btree_st st;
     ASSERT_TRUE(w.sizes.Get(".xyz", st));
     EXPECT_STREQ(st.c, "3");
