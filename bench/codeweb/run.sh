@@ -1,0 +1,88 @@
+#!/usr/bin/env bash
+# The code web beside its peers, as whole processes on one machine:
+# `j2h` over a source tree, the documentation generator `doxygen` (recursive,
+# extract all, source browser, no LaTeX, no dot) and the tag system
+# `gtags` + `htags` (with its cross-reference pages).  Each runs three times
+# on a fresh copy of the tree (the code web writes into its root); the table
+# shows the best wall time, kLOC/s and the peak RSS of `/usr/bin/time -v`.
+#
+#   bench/codeweb/run.sh [TREE] [J2H_EXE]
+#
+# Without TREE a tree of 200 kLOC is generated (bench/codeweb/gen_tree.py);
+# a generated tree of 2 MLOC follows either way.  Installs doxygen, global
+# and time with apt-get when they are missing.  Not part of CI.
+set -euo pipefail
+here="$(cd "$(dirname "$0")" && pwd)"
+root="$(cd "$here/../.." && pwd)"
+tree="${1:-}"
+j2h="$(realpath "${2:-$root/build/j2h}")"
+[ -x "$j2h" ] || { echo "no executable: $j2h (build first)" >&2; exit 2; }
+need=()
+for pkg in doxygen global time; do dpkg -s "$pkg" >/dev/null 2>&1 || need+=("$pkg"); done
+if [ ${#need[@]} -gt 0 ]; then
+  apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${need[@]}" >/dev/null
+fi
+work="$(mktemp -d "${TMPDIR:-/tmp}/codeweb_bench.XXXXXX")"
+trap 'rm -rf "$work"' EXIT
+
+# Lines of the files the code web takes (its languages' extensions).
+kloc_of() {
+  find "$1" -type f \( -name '*.java' -o -name '*.c' -o -name '*.h' -o -name '*.cpp' -o -name '*.cc' \
+    -o -name '*.hpp' -o -name '*.cs' -o -name '*.php' -o -name '*.jsp' -o -name '*.js' -o -name '*.html' \
+    -o -name '*.htm' -o -name '*.css' -o -name '*.cbl' -o -name '*.cob' -o -name '*.vb' -o -name '*.sql' \) \
+    -print0 | xargs -0 cat 2>/dev/null | wc -l | awk '{printf "%.1f", $1 / 1000}'
+}
+
+# run NAME TREE COMMAND...: best of three on fresh copies; prints a row.
+run() {
+  local name=$1 src=$2 best="" rss=0 i
+  shift 2
+  for i in 1 2 3; do
+    rm -rf "$work/t" && cp -r "$src" "$work/t"
+    ( cd "$work/t" && /usr/bin/time -v -o "$work/time.txt" "$@" >"$work/$name.log" 2>&1 ) ||
+      { echo "$name failed (see its log):" >&2; tail -5 "$work/$name.log" >&2; return 1; }
+    local w r
+    w=$(awk -F': ' '/Elapsed \(wall clock\)/ { n = split($2, t, ":"); s = 0
+          for (i = 1; i <= n; i++) s = s * 60 + t[i]; print s }' "$work/time.txt")
+    r=$(awk -F': ' '/Maximum resident set size/ { print $2 }' "$work/time.txt")
+    if [ -z "$best" ] || awk -v a="$w" -v b="$best" 'BEGIN { exit !(a < b) }'; then best=$w; fi
+    [ "$r" -gt "$rss" ] && rss=$r
+  done
+  awk -v n="$name" -v k="$kloc" -v w="$best" -v r="$rss" 'BEGIN {
+    printf "%-8s %9s %9.2f %9.1f %10.1f\n", n, k, w, (w > 0 ? k / w : 0), r / 1024 }'
+}
+
+doxyfile() {
+  cat >"$work/Doxyfile" <<DOX
+INPUT = .
+RECURSIVE = YES
+EXTRACT_ALL = YES
+SOURCE_BROWSER = YES
+GENERATE_LATEX = NO
+HAVE_DOT = NO
+QUIET = YES
+WARNINGS = NO
+OUTPUT_DIRECTORY = doxygen_out
+DOX
+}
+
+measure_tree() {
+  local label=$1 src=$2
+  kloc=$(kloc_of "$src")
+  echo
+  echo "tree: $label ($kloc kLOC)"
+  printf '%-8s %9s %9s %9s %10s\n' tool kLOC wall_s kLOC/s "RSS MB"
+  run j2h "$src" "$j2h" .
+  doxyfile
+  run doxygen "$src" doxygen "$work/Doxyfile"
+  run global "$src" sh -c 'gtags && htags -s -q >/dev/null'
+}
+
+if [ -n "$tree" ]; then
+  measure_tree "$(basename "$tree")" "$(realpath "$tree")"
+else
+  python3 "$here/gen_tree.py" "$work/gen200" 200 --seed 1 >/dev/null
+  measure_tree "generated 200 kLOC" "$work/gen200"
+fi
+python3 "$here/gen_tree.py" "$work/gen2000" 2000 --seed 2 >/dev/null
+measure_tree "generated 2 MLOC" "$work/gen2000"
