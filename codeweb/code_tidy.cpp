@@ -118,9 +118,13 @@ void splitter::step() {
     case ')': break;
     case '#': {
       // A "#" line stays whole.
+      if (pending_nl_) {
+        pending_nl_ = false;
+        line_start();
+      }
       size_t ls = out_.rfind('\n');
       ls = ls == std::string::npos ? 0 : ls + 1;
-      bool head = out_.find_first_not_of(" \t", ls) == std::string::npos;
+      bool head = out_.find_first_not_of(" \t\f\v", ls) == std::string::npos;
       size_t nl = t_.find('\n', i_);
       if (nl == std::string::npos) nl = t_.size();
       emit(c);
@@ -272,7 +276,7 @@ void splitter::line_comment() {
   if (t_.compare(i_, 11, "// Method :") == 0) {
     size_t ls = out_.rfind('\n');
     ls = ls == std::string::npos ? 0 : ls + 1;
-    bool alone = out_.find_first_not_of(" \t", ls) == std::string::npos;
+    bool alone = out_.find_first_not_of(" \t\f\v", ls) == std::string::npos;
     if (alone) {
       out_.resize(ls);
       if (nl < t_.size()) nl++;

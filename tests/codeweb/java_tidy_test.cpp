@@ -76,6 +76,11 @@ TEST(CodeTidy, OddBytesNeverHang) {
   EXPECT_EQ(tidy(""), "");
   EXPECT_EQ(tidy("class A {\rint x;\r}\r"), "class A\n{\n   int x;\n}\n");
   EXPECT_EQ(tidy(std::string("int\0x;\n", 7)), "int x;\n");
+  // A "#" that a brace pushed to the head of a line is a "#" line at once,
+  // so tidying the tidied text again changes nothing.
+  std::string once = tidy("a { b(); }# c /* d\n*/\n");
+  EXPECT_EQ(once, "a\n{\n   b();\n}\n# c /* d\n*/\n");
+  EXPECT_EQ(tidy(once), once);
   // Closing braces in excess stay at column 0 rather than going below it.
   EXPECT_EQ(tidy("}\n}\nx;\n"), "}\n}\nx;\n");
 }
