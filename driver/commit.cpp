@@ -203,14 +203,6 @@ std::string DocDes::portal_topics() {
   return t;
 }
 
-// The code trees of the web into xs/app<i>: only with a -j line, which
-// needs the code web.
-void DocDes::publish_code(const char* file) {
-  (void)file;
-  if (web.last_code_tree == 0) return;
-  printf("\nW a r n i n g :  code trees are not published by this version\n");
-}
-
 // With the option noCards the concept index is the portal.
 void DocDes::if_noCards() {
   if (!web.noCards || safe_ut.ok_is_a("xs/context.htm") != 'f') return;

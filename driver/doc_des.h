@@ -125,6 +125,9 @@ class DocDes {
   void forward_direct_views();
   void correct_1stPage(const char* file);
   void publish_code(const char* file);
+  // Builds the code web of `root` through the command runner's built-in
+  // j2h (driver/code_publish.cpp); false when this program has none.
+  bool run_code_web(const std::string& root);
   void if_noCards();
   void do_metrics();
 

@@ -224,8 +224,9 @@ void DocDes::read_bullets() {
 
 // With a code root, documents and code exchange index/to_docu and
 // index/to_code.  The expensive first round of link creation runs only
-// when to_docu is missing.  Until the code web exists, a missing to_code
-// is reported and the build goes on without it.
+// when to_docu is missing; the code web is built only when to_code is
+// missing.  A program without a code web reports the missing to_code and
+// goes on without it.
 void DocDes::code_root_pass(FILE* root, FILE* profile) {
   std::string index = web.srcRoot + "/index";
   safe_ut.ensure_dir(index.c_str());
@@ -244,10 +245,18 @@ void DocDes::code_root_pass(FILE* root, FILE* profile) {
     web.max_page = 0;
   }
   if (safe_ut.ok_is_a("xs/index/to_code") != 'f') {
-    std::string code = index + "/to_code";
-    if (safe_ut.ok_is_a(code.c_str()) == 'f')
-      safe_ut.copy_file("xs/index/to_code", code.c_str());
-    else
-      printf("\nno code web yet: %s", code.c_str());
+    // The code web writes <root>/j2h/index/to_code; it goes to the web and
+    // on to the code root's index.
+    if (run_code_web(web.srcRoot)) {
+      std::string made = web.srcRoot + "/j2h/index/to_code";
+      if (safe_ut.ok_is_a(made.c_str()) == 'f') {
+        safe_ut.copy_file("xs/index/to_code", made.c_str());
+        safe_ut.copy_file((index + "/to_code").c_str(), "xs/index/to_code");
+      }
+      for (const char* f : {"xs/index/to_docu", "xs/index/to_code"})
+        if (safe_ut.ok_is_a(f) != 'f') exut.fail(__LINE__, SRC, "AppError: no file %s\n", f);
+    } else {
+      printf("\nno code web yet: %s", (index + "/to_code").c_str());
+    }
   }
 }

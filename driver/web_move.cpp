@@ -34,6 +34,11 @@ void DocDes::commit(const char* conf) {
   }
   safe_ut.copy_file("xs/profs/wconf.txt", conf);
   correct_1stPage("xs/1/1.htm");
+  // The documents' "code" links point into xs/j2h: the code root's web.
+  if (!web.srcRoot.empty()) {
+    std::string code = web.srcRoot + "/j2h";
+    if (safe_ut.ok_is_a(code.c_str()) == 'd') safe_ut.copy_tree("xs/j2h", code.c_str(), 0);
+  }
   publish_code("xs/app/j2h/1.htm");
   safe_ut.system("del xs/x_*.htm 2>&1 > NUL");
   if (!begins(web.web_pos, "xs_")) {

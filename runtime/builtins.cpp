@@ -113,6 +113,30 @@ using namespace builtin;
 // Window and process work, and calls of scripts: nothing happens here.
 int b_nothing(const args&, io&) { return 0; }
 
+builtins::code_web_fn registered_code_web = nullptr;
+
+// j2h: the code web of this program.  A failure inside it ends that command
+// with status 1 (its report is printed), as a tool that failed would.
+int b_j2h(const args& a, io& io) {
+  if (!registered_code_web) {
+    say(io.err, "j2h: this program has no code web\n");
+    return 1;
+  }
+  std::vector<std::string> words;
+  for (size_t i = 1; i < a.size(); i++) words.push_back(a[i].text);
+  fflush(stdout);
+  int status = 1;
+  try {
+    status = registered_code_web(words);
+  } catch (const char*) {
+    exut.reset_after_failure();
+  } catch (const run_end& end) {
+    status = end.status;
+  }
+  fflush(stdout);
+  return status;
+}
+
 struct entry {
   const char* word;
   builtins::fn f;
@@ -126,7 +150,7 @@ const entry table[] = {
     {"wfind", b_wfind},     {"diffsm", b_diffsm},   {"bmp2png", b_bmp2png}, {"attrib", b_attrib},
     {"cacls", b_nothing},   {"tasklist", b_nothing}, {"taskkill", b_nothing}, {"pskill", b_nothing},
     {"notepad", b_nothing}, {"start", b_nothing},   {"call", b_nothing},   {"can_stat", b_nothing},
-    {"cd", b_cd},           {"chdir", b_cd},
+    {"cd", b_cd},           {"chdir", b_cd},           {"j2h", b_j2h},
 };
 
 }  // namespace
@@ -139,6 +163,9 @@ builtins::fn builtins::find(const args& a) {
     if (ieq(w, e.word)) return e.f;
   return nullptr;
 }
+
+void builtins::set_code_web(code_web_fn f) { registered_code_web = f; }
+builtins::code_web_fn builtins::code_web() { return registered_code_web; }
 
 bool builtins::optional_tool(const args& a) {
   if (a.empty()) return false;

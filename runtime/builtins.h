@@ -37,4 +37,12 @@ class builtins {
   // A grep pattern: "\" before one of ".[]*^$\+?(){}|" stands for that
   // character, so "\.xml" is the text ".xml".
   static std::string fixed_pattern(const std::string& w);
+
+  // The program's own code web ("j2h <root>"), run in-process.  The layer
+  // that builds code webs registers it at program start; this layer only
+  // keeps the pointer.  It gets the words behind "j2h", prints to the
+  // console itself and returns the exit status.
+  typedef int (*code_web_fn)(const std::vector<std::string>& words);
+  static void set_code_web(code_web_fn f);
+  static code_web_fn code_web();
 };

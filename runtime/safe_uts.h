@@ -199,6 +199,9 @@ class safe_uts {
   void replace_folder(const char* built, const char* position);
   // True when the folder or file `name` may be written by this process.
   bool writable(const char* name);
+  // True when `name` is an input that can be read to its end by this
+  // process: a readable regular file (not a folder, a pipe or a device).
+  bool readable_input(const char* name);
   void rm_dir(const char* name);
   void copy_file(const char* to, const char* from);
   void copy_file_deep(const char* to, const char* from);

@@ -172,6 +172,14 @@ bool safe_uts::writable(const char* name) {
   return os().access(os_name(name).c_str(), W_OK) == 0;
 }
 
+bool safe_uts::readable_input(const char* name) {
+  NN(name);
+  std::string p = os_name(name);
+  struct stat st;
+  if (os().stat(p.c_str(), &st) != 0 || S_ISDIR(st.st_mode) || !file_ops::readable_input(st)) return false;
+  return os().access(p.c_str(), R_OK) == 0;
+}
+
 void safe_uts::rm_dir(const char* name) {
   exut.show_str("name", name);
   exut.fail(__LINE__, SRC, "System: rm_dir() is not to be used, use rm_tree()\n");

@@ -1,0 +1,220 @@
+// The code web of one source tree: `Java2Htm` walks the tree below a root,
+// numbers its files, hands each source to the reader of its language and
+// writes the frame pages into <root>/j2h.  One object serves one
+// publication: construct, call make_htm_dir once, destroy; the destructor
+// writes the closing files (cppsecs, docu_files, the LOC line) and is a
+// phase of the run, not a clean-up.
+//
+// Contract for the readers of a language (they fill the public trees and
+// counters below):
+//  - paths are kept with "/" separators; keys of the file table are lower
+//    case, but every open uses the real spelling a walk found;
+//  - a Java folder row has the key "p<4 digits>.<path>", a Java file row
+//    "c<4 digits>.<path>"; the first five characters are the page name
+//    (c0003 -> <j2h>/c0003.htm);
+//  - every tree is in memory for the run; keys are at most 252 bytes
+//    (longer keys are cut by `tree_put`).
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "codeweb/ut_web.h"
+#include "runtime/str_set.h"
+#include "store/Btree.h"
+
+class Java2Htm : public ut_web {
+ public:
+  // Limits.  max_fNr bounds memory, not work: page names <n/100>/<n%100>
+  // keep working up to it, so trees of 100,000 sources build.
+  static constexpr int max_fNr = 1000000;
+  static constexpr int L_buf = 300000;  // each of the three work buffers
+  static constexpr int etoc = 100000;   // entries of a page's contents
+  static constexpr int max_tips = 1000; // anzTips stays below
+  static constexpr int max_main = 1000; // mNr stays below
+  static constexpr int e_doc = 100;     // L pairs of a control file
+  static constexpr int e_see = 100;     // s entries of a control file
+
+  // File kinds of the file table.
+  enum kind { k_none = 0, k_java = 1, k_jsp = 2, k_asp = 3, k_vb = 4, k_c = 5, k_cobol = 6, k_php = 7 };
+
+  Java2Htm();
+  ~Java2Htm() override;
+  Java2Htm(const Java2Htm&) = delete;
+  Java2Htm& operator=(const Java2Htm&) = delete;
+
+  // Builds <root>/j2h.  `exe` names the tool in messages ("j2h"), `root` is
+  // "[title]root[=selection]" or a control file "<folder>.j2h", `opt` is
+  // kept for the readers, `ourRoot` non-null selects archive mode.
+  void make_htm_dir(const char* exe, const char* root, const char* opt, const char* ourRoot);
+
+  // ------------------------------------------------------ the file table
+  // The number of `path` (key form above); a new path gets the next
+  // number and keeps `kind`, a known one keeps its old kind.
+  int srcfile(int line, const char* path, int kind);
+  int cfNr = 0;                      // files known so far
+  std::vector<std::string> fPath;    // path (key) by number
+  std::vector<std::string> fReal;    // real spelling of the path by number
+  std::vector<int> fKind;            // kind by number
+  std::vector<int> is_inc_for;       // set once another file includes it
+
+  // "%i/%i" of n/100 and n%100; with a prefix "%s%i/%i".  One shared
+  // buffer: copy the result before the next call.
+  static const char* nr2(int n);
+  static const char* strNr2(int n, const char* prefix);
+
+  // The first step of make_htm_dir alone: the root argument split, the
+  // folder checked and a control file read (for tests; nothing is written).
+  void root_argument(const char* root_arg) { phase1_args(root_arg); }
+
+  // True when no `s` entry of the control file is part of `path`.
+  bool not_selected(const char* path) const;
+
+  // ------------------------------------------------- the root and options
+  std::string exe = "j2h";
+  std::string root;        // the source root, no trailing "/"
+  std::string j2h;         // <root>/j2h
+  std::string selection;   // behind "=", empty when none
+  std::string opt;
+  std::string ourRoot;     // archive mode when not empty
+  std::string title;       // "[title]" in front of the root
+  std::string titles[4];   // control file lines 0 to 3
+  std::string all_href = "../../%s/1.htm";  // control file A
+  std::string knowhow_href = "ourDoc.htm";  // control file D
+  std::vector<std::pair<std::string, std::string>> docs;  // control file L: href, label
+  std::vector<std::string> see;                           // control file s
+  int rootLen = 0;
+  bool sample = false;     // <root>/our_ERD.txt exists
+  bool dotRoot = false;    // the root begins with "."
+  bool ended = false;      // phase 22 reached
+
+  // ------------------------------------------ trees the readers fill
+  Btree javaClasses;   // "%s+%s+%i+%i" package, class, neLoCode, LoComm -> class list row
+  Btree ourPackages;   // package name with dots
+  Btree codef;         // entity name -> "p <page>" ...
+  Btree javaDefs;      // "%i.%s" running number, name -> "%s~%s" page, package
+  Btree javaImports;   // "<imported>/<package>" -> page
+  Btree dirsFor;       // folder path -> p key
+  Btree nameNr;        // class name (with and without template part) -> number as text
+  Btree superClasses;  // "<class>~<super>" -> "-- class" | "-- interface" | "-- abstract class"
+  Btree cppsecs;       // class or "<class> :: <method>" -> "c<page>#<anchor>"
+  Btree javaKinds;     // full class name -> class kind text
+  Btree sizes;         // extension with its dot, lower case -> total bytes (decimal)
+  Btree classNames;    // base name of a Java file -> c key
+  int nameNrCount = 0; // counter of defNameNr
+  int javaDefsCount = 0;
+
+  // Counters, per page in the reader and totalled here.
+  long neLoCode = 0;
+  long LoComm = 0;
+  int slots = 0;                 // custom code slots
+  std::vector<std::string> customised;  // "[ %4i LOC ] %3i %s" rows
+  int mNr = 0;                   // main methods; stays below max_main
+  struct main_entry {
+    std::string link, cls, path;  // "%s#m%i", full class name, path
+  };
+  std::vector<main_entry> mains;
+
+  // Know-how items (tips): titles by number, 1..anzTips.
+  int anzTips = 0;
+  std::vector<std::string> tipTitles;
+
+  // JScript functions: name -> "-<name>" ('+' once used); users
+  // "%s~%s.%s" of function, file, language.
+  std::unique_ptr<Btree> jsFunctions;
+  std::unique_ptr<Btree> jsUsers;
+  int jsShortest = 0;
+  void js_functions(const std::string& path);
+  void js_user(const char* file, const char* language, const char* text);
+
+  // The Java stop set, filled in phase 3.
+  str_set javaStops;
+
+  // Work files of the Java reader.
+  FILE* check_jnt = nullptr;
+  std::string sample_pages[2];   // pages of AbstractEntity / AbstractSessio
+  std::string samples[5];        // def_sample keys
+
+  // Readers' helpers (defined with the Java page reader).
+  int defNameNr(const char* name);
+  void check_package_name(const char* path, const char* package);
+
+  // Puts k -> v into a tree, the key cut to what a tree holds.
+  static void tree_put(Btree& t, const std::string& k, const std::string& v);
+  // The path shortened by the root's length, for display.
+  std::string shown(const std::string& path) const;
+
+  // Files below the root taken as sources (the "%i Source Files" line).
+  int nSources = 0;
+  long locTotal = 0;   // LOC of the closing line
+
+ private:
+  struct walk_state;
+  void phase1_args(const char* root_arg);
+  void read_control_file(const std::string& file);
+  void phase3_listing();
+  void phase4_walk();
+  void walk_line(walk_state& w, const std::string& path, bool is_dir);
+  void count_lines(const std::string& path);
+  void count_lines_of(const std::string& text);
+  bool archive_mode() const { return !ourRoot.empty(); }
+  void create_path_under_ourRoot(const std::string& path, bool is_dir);
+  bool roseStream = false;
+  void take_java(walk_state& w, const std::string& path);
+  void take_other(walk_state& w, const std::string& path, const std::string& ext);
+  void htms_page(const std::string& path, const std::string& ext);
+  void phase6_documents();
+  void phase7_java();
+  void phase8_class_lists();
+  void phase12_classes();
+  void phase16_ourDoc();
+  void phase17_overview();
+  void phase19_bat();
+  void phase22_closing();
+  void do_alles(const char* ext);
+  void write_frameset(const std::string& frame3);
+  std::string Tips_to_htm();
+  int split_tips(const std::string& file);
+  void show_xml_files(const char* title);
+  void open_jscr();
+  void close_jscr();
+  void def_sample(const std::string& path, const std::string& key);
+  void use_sample(int i);
+  void create_ourDoc();
+  void name_ALL_code_docu_files();
+  void write_docu();
+  void write_title_page();
+
+  void closing_files();
+  void write_packages(const std::vector<std::string>& packages);
+  std::string shown_root() const { return root; }
+ public:
+  // The offset of the common package prefix after `package` (see packages.htm).
+  static int prefix_cut(int offset, const std::string& package);
+ private:
+  void write_htm_lists();
+  Btree fileNrs;       // path key -> number, for srcfile
+  std::vector<std::pair<std::string, bool>> listing;  // the walk: path, is a folder
+  std::vector<std::string> htmRows[2];  // rows of htm.htm (HTML, JS) and css.htm
+  bool archive = false;
+  std::vector<std::string> ignored;  // extensions printed as ignored
+  std::vector<std::pair<std::string, int>> htmList;  // "%s~%i" rows of htms pages
+  int htmNr = 0;
+  int pNr = 0;          // next p<i>.htm
+  FILE* jscr = nullptr;
+  std::unique_ptr<Btree> to_docu;
+  std::string date;     // "as of" date of the run
+  bool have_alles_dep = false;
+  bool have_alles_cpp = false;
+};
+
+// Writes the page of one Java source `src` (real path) as `page` (e.g.
+// "<root>/j2h/c0012.htm"), from the normalised text; fills the trees of
+// `web` as a Java reader does.
+void java_page(Java2Htm& web, int fNr, const std::string& src, const std::string& page);
+
+// The code web as a command: "j2h [title]root[=selection]" or "j2h root
+// ourRoot".  Returns the exit status; prints the usage without arguments.
+int j2h_main(const std::vector<std::string>& args);

@@ -1,0 +1,91 @@
+// Code and documents exchange link tables: the documents write
+// index/to_docu, the code web reads it and begins index/to_code, and a
+// build publishes the code root as xs/j2h and each component as
+// xs/app<i>.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/codeweb/codeweb_util.h"
+
+using namespace testutil;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string env() {
+  std::string dir = fs::path(BRELMOT_EXE).parent_path().string();
+  return "PATH=" + dir + ":/usr/bin:/bin LC_ALL=C TZ=UTC SOURCE_DATE_EPOCH=1700000000";
+}
+
+std::string snapshot(const std::string& body) {
+  return "<html>\n<head>\n<meta http-equiv=Content-Type content=\"text/html; charset=windows-1252\">\n"
+         "<title>Design</title>\n</head>\n<body lang=EN-GB>\n<div class=Section1>\n" +
+         body + "\n</div>\n</body>\n</html>\n";
+}
+
+// A web of one design document with a heading "Class Invoice", a code
+// root and a published component.
+void code_web() {
+  write_file("w/Design.rtf", "{\\rtf1 design}\n");
+  write_file("w/publish/Design.htm", snapshot("<h1>Class Invoice</h1>\n<p class=MsoNormal>An invoice.</p>\n"
+                                              "<h1>Other</h1>\n<p class=MsoNormal>Text.</p>\n"));
+  write_file("w/src/shop/Invoice.java", "package shop;\npublic class Invoice {\n}\n");
+  write_file("w/comp/lib/Tool.java", "package lib;\nclass Tool {\n}\n");
+  write_file("w/comp/read me.txt", "notes");
+  write_file("w/comp/build.xml", "<project/>");
+  write_file("w/wconf", "-w xs_Ex~Exchange\n-? 1=./\n-e 1/Design.rtf\n   Design\n"
+                        "-j 1/comp\n   The Tools\n-j srcRoot=1/src\n--\n");
+}
+
+}  // namespace
+
+TEST(CodeWebExchange, BuildExchangesIndexFilesAndPublishesCode) {
+  TempDir t;
+  code_web();
+  auto r = run_brelmot("w", env());
+  ASSERT_EQ(r.status, 0) << r.out.substr(r.out.size() > 3000 ? r.out.size() - 3000 : 0);
+  // The documents' class headings, both in the web and in the code root.
+  std::string docu = read_file("xs_Ex/index/to_docu");
+  EXPECT_TRUE(has(docu, "\n~Invoice~")) << docu;
+  EXPECT_TRUE(has(docu, ".htm#e")) << docu;
+  EXPECT_EQ(read_file("w/src/index/to_docu"), docu);
+  EXPECT_TRUE(file_exists("w/src/index/to_code"));
+  EXPECT_TRUE(file_exists("xs_Ex/index/to_code"));
+  // The code web read them and is part of the web.
+  EXPECT_EQ(read_file("w/src/j2h/index/to_docu"), docu);
+  EXPECT_TRUE(file_exists("xs_Ex/j2h/f.htm"));
+  EXPECT_TRUE(file_exists("xs_Ex/j2h/c0002.htm"));
+  // The component.
+  size_t at = r.out.find("\nj2h app");
+  ASSERT_NE(at, std::string::npos) << r.out;
+  const std::string n = r.out.substr(at + 8, r.out.find(' ', at + 8) - at - 8);
+  EXPECT_TRUE(has(r.out, "\nj2h app" + n + " = w/comp\n"));
+  std::string app = read_file("xs_Ex/app/j2h/1.htm");
+  EXPECT_TRUE(has(app, "\n<br>Code for : <a href=\"../../app" + n + "/j2h/1.htm\">The Tools</a>")) << app;
+  EXPECT_FALSE(has(app, "No Code published"));
+  EXPECT_TRUE(has(app, "Code published"));
+  EXPECT_TRUE(file_exists("xs_Ex/app" + n + "/j2h/classes.htm"));
+  EXPECT_TRUE(has(read_file("xs_Ex/app" + n + "/j2h/docu.htm"), "No Documents for this Component"));
+  EXPECT_EQ(read_file("xs_Ex/app" + n + "/read me.txt"), "notes");
+  EXPECT_TRUE(file_exists("xs_Ex/app" + n + "/build.xml"));
+
+  // With both index files present the code web is not built again.
+  write_file("w/src/j2h/mark", "kept");
+  r = run_brelmot("w", env());
+  ASSERT_EQ(r.status, 0);
+  EXPECT_EQ(read_file("w/src/j2h/mark"), "kept");
+  EXPECT_EQ(read_file("xs_Ex/j2h/mark"), "kept");
+}
+
+// index/to_web sends the code web to the index folder of another place.
+TEST(CodeWebExchange, ToWebNamesTheIndexFolder) {
+  TempDir t;
+  write_file("src/a/A.java", "package a;\nclass A {\n}\n");
+  write_file("src/index/to_web", "something\nweb=other\n");
+  write_file("src/index/to_docu", "\n~Mine~1/2.htm#e1~");
+  write_file("other/index/to_docu", "\n~Theirs~3/4.htm#e7~\n");
+  cwtest::build("src");
+  EXPECT_EQ(read_file("src/j2h/index/to_docu"), "\n~Theirs~3/4.htm#e7~\n");
+  EXPECT_EQ(read_file("src/j2h/index/to_code"), "");
+}
