@@ -53,6 +53,12 @@ struct web_trees : java_trees {
     return web.nameNr;
   }
 
+  std::string src;
+
+  void string_used(const std::string& text) override {
+    if (web.jsFunctions) web.js_user(src.c_str(), "java", text.c_str());
+  }
+
   void put(jtree t, const std::string& key, const std::string& data) override {
     Java2Htm::tree_put(tree(t), key, data);
   }
@@ -69,6 +75,7 @@ struct web_trees : java_trees {
 
 void java_page(Java2Htm& web, int fNr, const std::string& src, const std::string& page) {
   web_trees trees(web);
+  trees.src = web.shown(src.size() > 5 ? src.substr(0, src.size() - 5) : src);  // "<path>.java" in rows
   java_reader reader(trees);
   std::string name = page.substr(page.rfind('/') + 1);
   try {

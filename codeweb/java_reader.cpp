@@ -301,6 +301,10 @@ void java_reader::string_literal() {
     exut.fail(__LINE__, SRC, "User: a string of %s is longer than %i bytes: %.20s\n", src_.c_str(),
               max_string, t_.c_str() + i_);
   }
+  // The text between the quotes (three for a text block).
+  size_t q = starts(t_, i_, "\"\"\"") ? 3 : 1;
+  size_t inner_end = e - (e >= i_ + 2 * q && t_[e - 1] == '"' ? q : 0);
+  web_.string_used(t_.substr(i_ + q, inner_end > i_ + q ? inner_end - i_ - q : 0));
   std::string s;
   for (size_t k = i_; k < e; k++) {
     char c = t_[k];

@@ -32,6 +32,9 @@ struct java_trees {
   virtual void put(jtree tree, const std::string& key, const std::string& data) = 0;
   // False when the key is not there.
   virtual bool get(jtree tree, const std::string& key, std::string* data) = 0;
+  // The text of each string literal of a page, for the web's search of
+  // script functions used in strings.
+  virtual void string_used(const std::string& text) {}
 
   // Texts of every code page: the page head and the title table around a
   // title.

@@ -154,6 +154,11 @@ TEST(JavaPage, JavaOfTodayIsReadAsTheNearestKnownForm) {
                           ">get()</a>", ">t()</a>", ">s(int k)</a>"})
     EXPECT_TRUE(has(toc, row)) << row << "\n" << toc;
   EXPECT_TRUE(has(code_of(page), "<font class=\"str\">\"\"\"\n")) << page;
+  // Each string's text is offered to the search for script functions.
+  EXPECT_EQ(web.strings.front(), "x");
+  ASSERT_EQ(web.strings.size(), 6u);
+  EXPECT_EQ(web.strings[3], "");
+  EXPECT_EQ(web.strings[5], "\n      a { <b>\n      ");  // re-indented with its code
   EXPECT_EQ(web[jtree::supers].count("P~Comparable"), 1u);
   EXPECT_EQ(web[jtree::supers].count("G~java.util.HashMap"), 1u);
   EXPECT_EQ(web[jtree::supers].count("Color~Supplier"), 1u);

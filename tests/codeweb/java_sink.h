@@ -3,6 +3,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include "codeweb/java_reader.h"
 #include "tests/test_util.h"
@@ -16,6 +17,8 @@ struct map_trees : java_trees {
     *data = it->second;
     return true;
   }
+  std::vector<std::string> strings;  // texts of the string literals seen
+  void string_used(const std::string& text) override { strings.push_back(text); }
   const std::map<std::string, std::string>& operator[](jtree tree) { return t[(int)tree]; }
 };
 

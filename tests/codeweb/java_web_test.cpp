@@ -15,18 +15,23 @@ TEST(CodeWebJava, PagesFillTheTreesOfTheWeb) {
              "package org.x;\nimport java.util.List;\n/** the A. */\nclass A extends B {\n"
              "  int f(int a) {\n    return a;\n  }\n  public static void main(String[] s) {\n  }\n}\n");
   write_file("src/org/x/B.java", "package org.x;\npublic class B {\n}\n");
-  int mains = 0;
+  int mains = 0, b_nr = 0;
   long ne = 0, lo = 0;
+  bool super_row = false, import_row = false, member_row = false;
+  // Looked at before the destructor runs (the build's console is captured).
   build("src", nullptr, [&](Java2Htm& web) {
     mains = web.mNr;
     ne = web.neLoCode;
     lo = web.LoComm;
     Btree_st st;
-    EXPECT_TRUE(web.superClasses.Get("A~B", st));
-    EXPECT_TRUE(web.javaImports.Get("java.util.List/org.x", st));
-    EXPECT_TRUE(web.cppsecs.Get("A :: f", st));
-    EXPECT_EQ(web.defNameNr("B"), 2);
+    super_row = web.superClasses.Get("A~B", st);
+    import_row = web.javaImports.Get("java.util.List/org.x", st);
+    member_row = web.cppsecs.Get("A :: f", st);
+    b_nr = web.defNameNr("B");
+
   });
+  EXPECT_TRUE(super_row && import_row && member_row);
+  EXPECT_EQ(b_nr, 2);
   EXPECT_EQ(mains, 1);
   EXPECT_EQ(lo, 1);
   // The page of A.java: the c page whose title is A.
