@@ -21,7 +21,8 @@ src=$(cd "$(dirname "$0")/../.." && pwd)
 secs=${1:-30}
 [ $# -gt 0 ] && shift
 all=(rbuffer_fuzz clean_fuzz link_check_fuzz wconf_fuzz btree_file_fuzz btree_ops_fuzz
-     cards_fuzz sections_fuzz profile_fuzz sort_fuzz hotspots_fuzz topic_search_fuzz j2h_root_fuzz)
+     cards_fuzz sections_fuzz profile_fuzz sort_fuzz hotspots_fuzz topic_search_fuzz j2h_root_fuzz
+     java_reader_fuzz code_tidy_fuzz)
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || targets=("${all[@]}")
 build=${BRELMOT_FUZZ_BUILD:-$src/build-fuzz}
@@ -66,6 +67,7 @@ seeds_of() {
     hotspots_fuzz) ls -d "$src"/tests/fuzz/seeds/hotspots/* "$src"/examples/sample/publish/*.htm ;;
     topic_search_fuzz) ls -d "$src"/tests/fuzz/seeds/topic_search/* ;;
     j2h_root_fuzz) ls -d "$src"/tests/fuzz/seeds/j2h_root/* ;;
+    java_reader_fuzz|code_tidy_fuzz) ls -d "$src"/tests/fuzz/seeds/java_reader/* ;;
   esac 2>/dev/null || true
 }
 

@@ -1,0 +1,4 @@
+module a.b {
+  requires java.base;
+  exports a.b;
+}
