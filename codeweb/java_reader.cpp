@@ -33,6 +33,21 @@ std::string lt_escaped(const std::string& s, const char* lt) {
   return r;
 }
 
+// A file name as page text.
+std::string html_name(const std::string& s) {
+  std::string r;
+  for (char c : s) {
+    switch (c) {
+      case '&': r += "&amp;"; break;
+      case '<': r += "&lt;"; break;
+      case '>': r += "&gt;"; break;
+      case '"': r += "&quot;"; break;
+      default: r += c;
+    }
+  }
+  return r;
+}
+
 bool starts(const std::string& t, size_t i, const char* s) { return t.compare(i, strlen(s), s) == 0; }
 
 // The longest line of a text, in bytes.
@@ -108,7 +123,7 @@ std::string java_reader::page_of(const std::string& text, const std::string& src
     printf("\nUser's error: no package in %s\n", src.c_str());
     t_ = std::move(marked);
   }
-  std::string title = web_.title_head + cls_ + web_.title_tail;
+  std::string title = web_.title_head + html_name(cls_) + web_.title_tail;
   out_ = web_.page_head + "<a name=top></a>" + title + "\n<pre class=\"Classes\"><font size=2>";
   scan();
   if (slots_ > 0) {
@@ -126,7 +141,7 @@ std::string java_reader::page_of(const std::string& text, const std::string& src
   web_.neLoCode += ne_;
   web_.LoComm += lo_;
   web_.put(jtree::classes, package_ + "+" + cls_ + fmt("+%i+%i", ne_, lo_),
-           "\n<br><a href=\"" + page_ + "#toc\"\nTARGET=\"frame3\">" + cls_ + "</a>");
+           "\n<br><a href=\"" + page_ + "#toc\"\nTARGET=\"frame3\">" + html_name(cls_) + "</a>");
   return shorter(out_);
 }
 

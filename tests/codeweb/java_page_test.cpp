@@ -175,6 +175,10 @@ TEST(JavaPage, OddBytesGiveAPageAndTheFileIsWritten) {
   EXPECT_TRUE(has(code_of(page_of(web, "package a;\rclass A {\r int x;\r}\r")), "{ int x;\n}"));
   std::string nul("package a;\nclass A { int\0 y; }\n\x1a", 36);
   EXPECT_TRUE(has(code_of(page_of(web, nul)), "int  y;"));
+  // A file name is text on the page, whatever its characters.
+  std::string odd = page_of(web, "package a;\nclass A { }\n", "x/A&<b> \"$;`.java");
+  EXPECT_TRUE(has(odd, ">A&amp;&lt;b&gt; &quot;$;`</font>")) << odd;
+  EXPECT_EQ(web[jtree::classes].count("a+A&<b> \"$;`+4+0"), 1u);
   safe_ut.write_text("A.java", "package a;\nclass A { }\n");
   java_reader reader(web);
   testing::internal::CaptureStdout();
