@@ -9,7 +9,7 @@ exe="$root/build/brelmot"
 run="$root/build/sample-run"
 rm -rf "$run"
 mkdir -p "$run"
-cp -r "$root/examples/sample" "$run/"
+cp -r "$root/examples/sample" "$root/examples/code" "$run/"
 cd "$run"
 echo "== brelmot sample ?    (check the web configuration sample/wconf)"
 # A configuration that checks out ends with status 1 on purpose: no web was made.
@@ -34,4 +34,5 @@ if [ "$status" -ne 0 ]; then
 fi
 echo
 echo "The web is $run/xs_Sample: open $run/xs_Sample/1.htm in a browser."
+echo "Its code web (of examples/code): $run/xs_Sample/j2h/f.htm"
 echo "Other results in $run: build.log, sample/publish/Guide.htm and Guide.hds, exp_htm.js, start.htm"

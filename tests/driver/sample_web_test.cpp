@@ -22,6 +22,8 @@ namespace {
 testutil::RunResult build_sample() {
   fs::copy(std::string(BRELMOT_SOURCE_ROOT) + "/examples/sample", "sample",
            fs::copy_options::recursive);
+  fs::remove_all("code");
+  fs::copy(std::string(BRELMOT_SOURCE_ROOT) + "/examples/code", "code", fs::copy_options::recursive);
   std::string dir = fs::path(BRELMOT_EXE).parent_path().string();
   return run_brelmot("sample", "PATH=" + dir + ":/usr/bin:/bin LC_ALL=C TZ=UTC " +
                                    "SOURCE_DATE_EPOCH=1700000000");

@@ -4,8 +4,9 @@
 # Builds examples/sample with the brelmot under test into a scratch folder,
 # then checks, where the tools are installed (CI installs them):
 #  - links: `brelmot check` and LinkChecker (external links off) find no
-#    broken link but the ones the web is known to have: the code page of a
-#    web without code (code.htm -> j2h/1.htm), the "docs" link that closes
+#    broken link but the ones the web is known to have: pages of the code
+#    web that its later passes write (relations, use and map pages:
+#    j2h/*.htm, j2h/u/<n>.htm, j2h/m/<n>.htm), the "docs" link that closes
 #    each card of a document (<n>/1.htm), the listed-only price list
 #    whose file a listed document does not bring (D_.htm -> 6/price_list.csv)
 #    and the page of all webs, made only when a topic names a web
@@ -23,7 +24,7 @@ src=$(realpath "$2")
 work=$(mktemp -d "${TMPDIR:-/tmp}/finished_web.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 chmod 755 "$work"  # LinkChecker run as root reads as "nobody"
-cp -r "$src/examples/sample" "$work/"
+cp -r "$src/examples/sample" "$src/examples/code" "$work/"
 chmod -R a+rX "$work"
 cd "$work"
 PATH="$(dirname "$exe"):$PATH" SOURCE_DATE_EPOCH=1700000000 "$exe" sample >build.log 2>&1 ||
@@ -32,7 +33,7 @@ web=$work/xs_Sample
 chmod -R a+rX "$web"
 failures=0
 fail() { echo "FAILED: $*"; failures=$((failures + 1)); }
-known='(j2h/1\.htm|/[0-9]+/1\.htm|6/price_list\.csv|/s\.htm)$'
+known='(/j2h/[^/]+\.htm|/j2h/[mu]/[0-9]+\.htm|/[0-9]+/1\.htm|6/price_list\.csv|/s\.htm)$'
 
 # brelmot's own link check.
 "$exe" check xs_Sample >check.log 2>&1 || true
