@@ -3,6 +3,8 @@
 // knows whether it begins inside a block comment or a text block.
 #pragma once
 
+#include <cstdarg>
+#include <cstdio>
 #include <string>
 
 namespace codelex {
@@ -96,5 +98,24 @@ struct line_lexer {
     return net;
   }
 };
+
+// printf into a string of at most 511 characters.
+inline std::string fmt(const char* format, ...) __attribute__((format(printf, 1, 2)));
+inline std::string fmt(const char* format, ...) {
+  char buf[512];
+  va_list ap;
+  va_start(ap, format);
+  vsnprintf(buf, sizeof buf, format, ap);
+  va_end(ap);
+  return buf;
+}
+
+// `s` with each "<" written as `lt`.
+inline std::string lt_escaped(const std::string& s, const char* lt) {
+  std::string r;
+  r.reserve(s.size());
+  for (char c : s) r += c == '<' ? std::string(lt) : std::string(1, c);
+  return r;
+}
 
 }  // namespace codelex

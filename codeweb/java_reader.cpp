@@ -16,22 +16,6 @@ namespace {
 
 const char* const SRC = "java_reader.cpp";
 
-std::string fmt(const char* format, ...) __attribute__((format(printf, 1, 2)));
-std::string fmt(const char* format, ...) {
-  char buf[512];
-  va_list ap;
-  va_start(ap, format);
-  vsnprintf(buf, sizeof buf, format, ap);
-  va_end(ap);
-  return buf;
-}
-
-std::string lt_escaped(const std::string& s, const char* lt) {
-  std::string r;
-  r.reserve(s.size());
-  for (char c : s) r += c == '<' ? std::string(lt) : std::string(1, c);
-  return r;
-}
 
 // A file name as page text.
 std::string html_name(const std::string& s) {

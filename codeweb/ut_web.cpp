@@ -1,6 +1,7 @@
 // The page frame of the code web.
 #include "codeweb/ut_web.h"
 
+#include "engine/ut_htm.h"
 #include "runtime/safe_uts.h"
 
 namespace {
@@ -22,28 +23,15 @@ const char* const blanks =
     " &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp;"
     " &nbsp;";
 
-const char* const css =
-    "body { background-color: #FFFFFF; color: #000000 }\n"
-    ".Header { color: #000000; background-color: #99FF99 }\n"
-    ".ko1 { color: #000000; background-color: #CCFFCC }\n"
-    ".c A:link { color: #FF6600 }\n"
-    ".c A:visited { color: #FF6600 }\n"
-    ".c PRE { color: #000000 }\n"
-    ".c { color: #000000; font-size: 180% }\n"
-    "pre { color: #000000; font-size: 120% }\n"
-    ".co { color: #008000 }\n"
-    ".kw { color: #0000FF }\n";
 
 }  // namespace
 
 ut_web::ut_web() : head(page_head), title_head(table_head), title_tail(table_tail), filler(blanks) {}
 
-const char* ut_web::css_text() { return css; }
-
 void ut_web::dir_with_css(const std::string& dir) {
   safe_ut.ensure_dir(dir.c_str());
-  std::string f = dir + "/j2h.css";
-  if (safe_ut.ok_is_a(f.c_str()) != 'f') safe_ut.write_text(f.c_str(), css);
+  // One sheet for all code pages, the web's own included.
+  ut_htm::j2h_css((dir + "/j2h.css").c_str());
 }
 
 void ut_web::title_table(FILE* f, const char* title) {

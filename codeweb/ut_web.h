@@ -19,8 +19,6 @@ class ut_web {
   // 27 times " &nbsp;": callers take a tail of it (filler + 7*(27-n)).
   const char* filler;
 
-  // The text of j2h.css.
-  static const char* css_text();
   // Makes sure `dir` exists and holds a "j2h.css"; the style sheet is
   // written only when the file is not there yet.
   static void dir_with_css(const std::string& dir);

@@ -22,19 +22,6 @@ namespace {
 
 const char* const ndocs_file = "xs/profs/ndocs";
 
-// The style sheet of code pages, written when a web has none.
-const char* const j2h_css =
-    "body { background-color: #FFFFFF; color: #000000 }\n"
-    "#Header, .Header { color: #000000; background-color: #99FF99 }\n"
-    ".ko1 { color: #000000; background-color: #CCFFCC }\n"
-    ".c A:link { color: #FF6600 }\n"
-    ".c A:visited { color: #FF6600 }\n"
-    ".c PRE { color: #000000 }\n"
-    ".c { color: #000000; font-size: 180% }\n"
-    "pre { color: #000000; font-size: 120% }\n"
-    ".co { color: #008000 }\n"
-    ".kw { color: #0000FF }\n";
-
 std::string file_date(const std::string& path) {
   char out[40];
   safe_ut.file_date(path.c_str(), out, 1);
@@ -53,7 +40,7 @@ void DocDes::registration_pass() {
   if (safe_ut.ok_is_a("xs/profs") != 'd')
     exut.fail(__LINE__, SRC, "System: the web profile path xs/profs is missing\n");
   read_ndocs();
-  if (safe_ut.ok_is_a("xs/j2h.css") != 'f') safe_ut.write_text("xs/j2h.css", j2h_css);
+  ut_htm::j2h_css("xs/j2h.css");
 
   for (int i = web.n - 1; i >= 1; i--) {
     char c = web.comms[i].com;
