@@ -9,7 +9,8 @@
 #   bench/codeweb/run.sh [TREE] [J2H_EXE]
 #
 # Without TREE a tree of 200 kLOC is generated (bench/codeweb/gen_tree.py);
-# a generated tree of 2 MLOC follows either way.  Installs doxygen, global
+# a generated tree of 2 MLOC follows either way (BIG_RUNS runs of each tool
+# there, default RUNS; RUNS defaults to 3).  Installs doxygen, global
 # and time with apt-get when they are missing.  Not part of CI.
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
@@ -37,7 +38,7 @@ kloc_of() {
 run() {
   local name=$1 src=$2 best="" rss=0 i
   shift 2
-  for i in 1 2 3; do
+  for i in $(seq "${RUNS:-3}"); do
     rm -rf "$work/t" && cp -r "$src" "$work/t"
     ( cd "$work/t" && /usr/bin/time -v -o "$work/time.txt" "$@" >"$work/$name.log" 2>&1 ) ||
       { echo "$name failed (see its log):" >&2; tail -5 "$work/$name.log" >&2; return 1; }
@@ -85,4 +86,4 @@ else
   measure_tree "generated 200 kLOC" "$work/gen200"
 fi
 python3 "$here/gen_tree.py" "$work/gen2000" 2000 --seed 2 >/dev/null
-measure_tree "generated 2 MLOC" "$work/gen2000"
+RUNS=${BIG_RUNS:-${RUNS:-3}} measure_tree "generated 2 MLOC" "$work/gen2000"

@@ -173,7 +173,8 @@ TEST(JavaPage, OddBytesGiveAPageAndTheFileIsWritten) {
   map_trees web;
   EXPECT_TRUE(has(page_of(web, ""), "0 neLoCode"));
   EXPECT_TRUE(has(code_of(page_of(web, "package a;\rclass A {\r int x;\r}\r")), "{ int x;\n}"));
-  std::string nul("package a;\nclass A { int\0 y; }\n\x1a", 36);
+  static const char nul_text[] = "package a;\nclass A { int\0 y; }\n\x1a";
+  std::string nul(nul_text, sizeof nul_text - 1);
   EXPECT_TRUE(has(code_of(page_of(web, nul)), "int  y;"));
   // A file name is text on the page, whatever its characters.
   std::string odd = page_of(web, "package a;\nclass A { }\n", "x/A&<b> \"$;`.java");
