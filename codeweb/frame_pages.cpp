@@ -153,6 +153,10 @@ void Java2Htm::phase12_classes() {
 // The head of docu.htm is packages.htm up to the end of its first link's
 // opening tag; the first link must be there.
 void Java2Htm::phase17_overview() {
+  if (sample) {
+    sample_overview();
+    return;
+  }
   std::string pk = safe_ut.read_text((j2h + "/packages.htm").c_str());
   safe_ut.write_text("__j1", pk);
   size_t a = pk.find("<a ");
@@ -177,6 +181,8 @@ void Java2Htm::phase17_overview() {
     d += "\n, <a href=UML.htm>UML</a>, <a href=meter.htm>Metrics</a>";
   }
   if (safe_ut.ok_is_a((root + "/alles_dep").c_str()) == 'f') d += "\n, <a href=MoDep.htm>Modules</a>";
+  seeAufrufe();
+  show_Aufrufe();
   d += "\n<br><br>Calls: <a href=rufA.htm>Callers</a>\n, <a href=rufe.htm>Calls</a>\n, <a href=ALLf.htm>Functions</a>"
        "\n<br><a href=fdep.htm>File Dependencies</a>\n, <a href=trus.htm>Traced</a>\n, <a href=notA.htm>Not Analysed</a>";
   d += "\n</font></BODY></HTML>\n";
@@ -184,6 +190,31 @@ void Java2Htm::phase17_overview() {
   write_htm_lists();
   close_jscr();
   write_title_page();
+}
+
+// A generated sample shows its five sample pages and the two remembered
+// abstract classes instead of the overview; the call relation is made
+// all the same.
+void Java2Htm::sample_overview() {
+  for (int i = 1; i <= 5; i++) use_sample(i);
+  for (int i = 0; i < 2; i++)
+    if (!sample_pages[i].empty()) {
+      std::string from = j2h + "/" + sample_pages[i] + ".htm";
+      if (safe_ut.ok_is_a(from.c_str()) == 'f')
+        safe_ut.copy_file((j2h + "/ex" + std::to_string(6 + i) + ".htm").c_str(), from.c_str());
+    }
+  seeAufrufe();
+  show_Aufrufe();
+  write_htm_lists();
+  close_jscr();
+  std::string t = head;
+  t += "<center><br><br><font size=6>Sample Enterprise Java Beans</font><br><br>"
+       "<a href=\"f.htm\">[ " + html_text(shown_root()) + " ]</a>";
+  char line[200];
+  snprintf(line, sizeof line, "<br><br>%i Source Files as of %s", nSources, date.c_str());
+  t += line;
+  t += "<br><br><br><font size=1>coded automatically by TORMEL (tormel.exe)</font></center></font></BODY></HTML>\n";
+  safe_ut.write_text((j2h + "/1.htm").c_str(), t);
 }
 
 void Java2Htm::write_title_page() {

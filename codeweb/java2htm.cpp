@@ -206,10 +206,14 @@ void Java2Htm::make_htm_dir(const char* exe_, const char* root_arg, const char* 
   phase8_class_lists();
   // 9 JSP, 10 ASP, 11 VB: readers of later languages.
   phase12_classes();
-  // 13 C, C++, C#; 14 class pages; 15 type, macro and size pages.
+  phase13_cpp();                                                             // 13 C, C++, C#
+  phase14_class_pages();                                                     // 14
+  phase15_types();                                                           // 15
   phase16_ourDoc();
   phase17_overview();
-  // 18 relation and metric pages.
+  ADD_inc_structure();                                                       // 18
+  show_rootClasses();
+  show_incsMe_Relation();
   phase19_bat();
   // 20 PHP, 21 COBOL.
   phase22_closing();

@@ -54,6 +54,19 @@ class Java2Htm : public ut_web {
   // The number of `path` (key form above); a new path gets the next
   // number and keeps `kind`, a known one keeps its old kind.
   int srcfile(int line, const char* path, int kind);
+
+  // ============================= include relation (include_relation.cpp)
+  // The tails of a path registered for make_path; called by the walk for
+  // every taken file that is not Java.
+  void to_incNames(const std::string& path);
+  // The HTML that stands on a C or C++ page in place of one "#include"
+  // directive of file `fNr` (`directive` is the raw line from "#include"
+  // to its end, without the line end).  Records the include edge.
+  std::string cpp_include(int fNr, const std::string& directive);
+  void show_the_CPP_includes();   // end of phase 13
+  void ADD_inc_structure();       // phase 18
+  void show_incsMe_Relation();    // phase 18
+  // ============================= end of include relation
   int cfNr = 0;                      // files known so far
   std::vector<std::string> fPath;    // path (key) by number
   std::vector<std::string> fReal;    // real spelling of the path by number
@@ -129,6 +142,12 @@ class Java2Htm : public ut_web {
   void js_functions(const std::string& path);
   void js_user(const char* file, const char* language, const char* text);
 
+  // ============================= C and C++ pages (cpp_pages.cpp)
+  // Phase 13: cpp.htm, cs.htm, cpps.htm and a page <nr2>.htm per file of
+  // kind 5; ends with show_the_CPP_includes.
+  void phase13_cpp();
+  // ============================= end of C and C++ pages
+
   // The Java stop set, filled in phase 3.
   str_set javaStops;
 
@@ -149,6 +168,17 @@ class Java2Htm : public ut_web {
   // Files below the root taken as sources (the "%i Source Files" line).
   int nSources = 0;
   long locTotal = 0;   // LOC of the closing line
+
+  // ============================= call relation (call_relation.cpp)
+  void seeAufrufe();    // phase 17: the call relation from <root>/alles_cpp
+  void show_Aufrufe();  // phase 17: its pages
+  // ============================= end of call relation
+
+  // ============================= class maps (class_maps.cpp)
+  void phase14_class_pages();  // m/, funcs.htm, class.htm, ALLMe.htm, ...
+  void phase15_types();        // types.htm (and the later report pages)
+  void show_rootClasses();     // phase 18: roots.htm
+  // ============================= end of class maps
 
  private:
   struct walk_state;
@@ -171,6 +201,7 @@ class Java2Htm : public ut_web {
   void phase12_classes();
   void phase16_ourDoc();
   void phase17_overview();
+  void sample_overview();
   void phase19_bat();
   void phase22_closing();
   void do_alles(const char* ext);

@@ -189,6 +189,7 @@ void Java2Htm::take_other(walk_state& w, const std::string& path, const std::str
     return;
   }
   count_lines(path);
+  to_incNames(path);
   int n = srcfile(__LINE__, lower(path).c_str(), kind_of(ext));
   if (fReal[n] == fPath[n]) fReal[n] = path;
 }
