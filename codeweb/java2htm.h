@@ -160,6 +160,21 @@ class Java2Htm : public ut_web {
   int defNameNr(const char* name);
   void check_package_name(const char* path, const char* package);
 
+  // ------------------------------------- lists and paths (code_lists.cpp)
+  // The last k+1 elements of file n's path (n beyond cfNr is a failure).
+  std::string rest_of_path(int n, int k) const;
+  // The last three elements of a path with " : " between them.
+  static std::string semiPath(const std::string& path);
+  // Drops the last folder of a path; false when none is left.
+  static bool shrink_path(std::string& path);
+  // Rows of `tree` (key a path, data the text in front) grouped by their
+  // first path element: a bar of the groups, then the rows; the rows are
+  // removed from the tree as they are written.
+  static void show_sorted(FILE* out, Btree& tree, const char* closing);
+  // The alphabet bar of the characters at `position` of the keys of `tree`:
+  // links "#<c>_<u>" to the anchors a caller writes at each new letter.
+  static void make_ABC(FILE* out, Btree& tree, bool center, int position);
+
   // Puts k -> v into a tree, the key cut to what a tree holds.
   static void tree_put(Btree& t, const std::string& k, const std::string& v);
   // The path shortened by the root's length, for display.
