@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """A deterministic source tree of realistic shape for the code web benchmark.
 
-    gen_tree.py OUT_DIR KLOC [--seed N] [--lang java]
+    gen_tree.py OUT_DIR KLOC [--seed N] [--lang java|cpp] [--max-files N]
 
 Writes about KLOC thousand lines of Java below OUT_DIR/src: packages of 5 to
 40 files, files of 40 to 900 lines (most short, a few long, as in real
@@ -9,20 +9,16 @@ projects), a third of the lines comments (block comments with star prefixes,
 line comments, a licence header), classes with fields, constructors, methods
 of default and public visibility, nested classes, interfaces, enums,
 generics, annotations, lambdas, string literals with braces and quotes.
+With --lang cpp the tree is C and C++ instead (gen_cpp.py), its files
+sized so that KLOC fits within --max-files (default 9,900).
 The same seed and size give the same bytes.
 """
 import argparse
 import os
 import random
 
-WORDS = ("order invoice stock item customer delivery price amount reminder level "
-         "account ledger report batch queue record entry table index cache "
-         "session request response buffer stream parser writer reader").split()
-
-
-def ident(rng, cap=False):
-    w = rng.choice(WORDS) + rng.choice(WORDS).capitalize()
-    return w[0].upper() + w[1:] if cap else w
+from gen_words import WORDS, ident
+from gen_cpp import write_cpp_tree
 
 
 def method(rng, out, indent, name, visibility):
@@ -80,10 +76,15 @@ def main():
     ap.add_argument("out")
     ap.add_argument("kloc", type=int)
     ap.add_argument("--seed", type=int, default=1)
-    ap.add_argument("--lang", default="java", choices=["java"])
+    ap.add_argument("--lang", default="java", choices=["java", "cpp"])
+    ap.add_argument("--max-files", type=int, default=9900)
     a = ap.parse_args()
     rng = random.Random(a.seed)
     target = a.kloc * 1000
+    if a.lang == "cpp":
+        files, written = write_cpp_tree(rng, a.out, target, a.max_files)
+        print(f"{files} files, {written} lines in {a.out}/src")
+        return
     written = files = 0
     p = 0
     while written < target:

@@ -8,10 +8,13 @@
 #
 #   bench/codeweb/run.sh [TREE] [J2H_EXE]
 #
-# Without TREE a tree of 200 kLOC is generated (bench/codeweb/gen_tree.py);
-# a generated tree of 2 MLOC follows either way (BIG_RUNS runs of each tool
-# there, default RUNS; RUNS defaults to 3).  Installs doxygen, global
-# and time with apt-get when they are missing.  Not part of CI.
+# Without TREE, generated trees are measured (bench/codeweb/gen_tree.py):
+# CODE=java (default) 200 kLOC of Java, CODE=cpp C and C++ at 45, 30 and
+# 90 kLOC; SIZES="..." chooses other sizes.  A generated 2 MLOC tree (within
+# 9,900 files) follows either way unless BIG=0 (BIG_RUNS runs of each tool
+# there, default RUNS; RUNS defaults to 3).  With J2H_PHASE_TIMES set, j2h
+# reports the share of its phases.  Installs doxygen, global and time with
+# apt-get when they are missing.  Not part of CI.
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 root="$(cd "$here/../.." && pwd)"
@@ -29,7 +32,7 @@ trap 'rm -rf "$work"' EXIT
 # Lines of the files the code web takes (its languages' extensions).
 kloc_of() {
   find "$1" -type f \( -name '*.java' -o -name '*.c' -o -name '*.h' -o -name '*.cpp' -o -name '*.cc' \
-    -o -name '*.hpp' -o -name '*.cs' -o -name '*.php' -o -name '*.jsp' -o -name '*.js' -o -name '*.html' \
+    -o -name '*.hpp' -o -name '*.hh' -o -name '*.cxx' -o -name '*.hxx' -o -name '*.cs' -o -name '*.php' -o -name '*.jsp' -o -name '*.js' -o -name '*.html' \
     -o -name '*.htm' -o -name '*.css' -o -name '*.cbl' -o -name '*.cob' -o -name '*.vb' -o -name '*.sql' \) \
     -print0 | xargs -0 cat 2>/dev/null | wc -l | awk '{printf "%.1f", $1 / 1000}'
 }
@@ -79,11 +82,19 @@ measure_tree() {
   run global "$src" sh -c 'gtags && htags -s -q >/dev/null'
 }
 
+code=${CODE:-java}
 if [ -n "$tree" ]; then
   measure_tree "$(basename "$tree")" "$(realpath "$tree")"
 else
-  python3 "$here/gen_tree.py" "$work/gen200" 200 --seed 1 >/dev/null
-  measure_tree "generated 200 kLOC" "$work/gen200"
+  default_sizes=200
+  [ "$code" = cpp ] && default_sizes="45 30 90"
+  for k in ${SIZES:-$default_sizes}; do
+    python3 "$here/gen_tree.py" "$work/gen$k" "$k" --seed 1 --lang "$code" >/dev/null
+    measure_tree "generated $code $k kLOC" "$work/gen$k"
+    rm -rf "$work/gen$k"
+  done
 fi
-python3 "$here/gen_tree.py" "$work/gen2000" 2000 --seed 2 >/dev/null
-RUNS=${BIG_RUNS:-${RUNS:-3}} measure_tree "generated 2 MLOC" "$work/gen2000"
+if [ "${BIG:-2000}" != 0 ]; then
+  python3 "$here/gen_tree.py" "$work/genbig" "${BIG:-2000}" --seed 2 --lang "$code" >/dev/null
+  RUNS=${BIG_RUNS:-${RUNS:-3}} measure_tree "generated $code ${BIG:-2000} kLOC" "$work/genbig"
+fi
