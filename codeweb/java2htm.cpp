@@ -204,7 +204,8 @@ void Java2Htm::make_htm_dir(const char* exe_, const char* root_arg, const char* 
   phase6_documents();
   phase7_java();
   phase8_class_lists();
-  // 9 JSP, 10 ASP, 11 VB: readers of later languages.
+  // 9 JSP, 10 ASP: readers of later languages.
+  phase11_vb();                                                              // 11 VB
   phase12_classes();
   phase13_cpp();                                                             // 13 C, C++, C#
   phase14_class_pages();                                                     // 14

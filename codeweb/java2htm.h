@@ -148,6 +148,12 @@ class Java2Htm : public ut_web {
   void phase13_cpp();
   // ============================= end of C and C++ pages
 
+  // ============================= VB pages, SQL and ERD pages (vb_pages.cpp, erd_pages.cpp)
+  void phase11_vb();   // bas.htm, a page per VB file, subs.htm, mBox.htm, crOb.htm, exec.htm, case.htm
+  void ERD_to_htm();   // <root>/our_ERD.a -> er1.htm
+  void SQL_to_htm();   // <root>/our_ERD.sql -> sql.htm
+  // ============================= end of VB, SQL and ERD pages
+
   // The Java stop set, filled in phase 3.
   str_set javaStops;
 
