@@ -284,6 +284,27 @@ void ut_htm::cross_link() {
   }
 }
 
+void ut_htm::load_to_code() {
+  if (to_code_loaded) return;
+  to_code_loaded = true;
+  const char* file = "xs/index/to_code";
+  if (safe_ut.ok_is_a(file) != 'f') return;
+  std::string t = safe_ut.read_text(file);
+  size_t at = 0;
+  while (at < t.size()) {
+    size_t e = t.find('\n', at);
+    if (e == std::string::npos) e = t.size();
+    // "~key~value~": the key is a class name, the value a page of the code
+    // web relative to its folder.
+    if (e - at > 3 && t[at] == '~' && t[e - 1] == '~') {
+      size_t mid = t.find('~', at + 1);
+      if (mid != std::string::npos && mid < e - 1 && mid > at + 1)
+        tree_put(to_code, t.substr(at + 1, mid - at - 1), t.substr(mid + 1, e - 1 - mid - 1));
+    }
+    at = e + 1;
+  }
+}
+
 void ut_htm::code_links(FILE* out, const char* title) {
   if (to_code.number_of_elements() == 0) return;
   std::string line;

@@ -40,6 +40,7 @@ void ut_htm::init_sections() {
   for (Btree* t : {&defs, &semis, &semiKeys, &specs, &docClasses, &missRefs, &to_code, &ANam,
                    &NoSp, &noHot, &noProblem, &secTitles, &glossDefs})
     prepare_tree(*t, "engine");
+  to_code_loaded = false;
   // The list of thin pages is this run's alone.
   if (safe_ut.exists("tmpAppender")) safe_ut.remove_file("tmpAppender");
   defs.name = "defs";
@@ -51,6 +52,7 @@ void ut_htm::drop_sections() {
   for (Btree* t : {&defs, &semis, &semiKeys, &specs, &docClasses, &missRefs, &to_code, &ANam,
                    &NoSp, &noHot, &noProblem, &secTitles, &glossDefs})
     empty_tree(*t);
+  to_code_loaded = false;
 }
 
 int ut_htm::split_doc(int run, const char* neuFile, const char* root, int& page, FILE* rootFile,
@@ -126,6 +128,7 @@ void doc_splitter::prepare(const char* neuFile) {
     safe_ut.copy_range(backup.c_str(), neuFile, 0, safe_ut.file_size(neuFile));
   else if (is_file(backup.c_str()))
     safe_ut.copy_range(neuFile, backup.c_str(), 0, safe_ut.file_size(backup.c_str()));
+  ut.load_to_code();
   printf("\nsplit docNr %i", docNr);
   tree_put(ut.defs, "D_(" + title + ")", std::to_string(page + 1) + ".htm");
   if (page + 1 > ut_htm::max_pages) {
