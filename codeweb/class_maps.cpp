@@ -60,28 +60,29 @@ void Java2Htm::cash_classComment() {
   }
 }
 
-// Phase 14: the walk over cppsecs in key order.  A row whose data begins
-// with `c` and that is not a method of the class before it is a class head;
-// its name is the key up to " :: ".  Rows of other letters are methods when
-// their class or their page has a class head, functions otherwise.
-void Java2Htm::phase14_class_pages() {
-  for (Btree* t : {&rootClasses, &allMethods, &types}) t->quiet = 1;
-  dir_with_css(j2h + "/m");
-  cash_classComment();
+namespace {
+
+struct cppsecs_walk {
   std::vector<class_row> classes;
-  std::set<std::string> classNamesSeen, classPages;
-  std::vector<std::pair<std::string, std::string>> others;
+  std::set<std::string> names, pages;                       // of the class heads
+  std::vector<std::pair<std::string, std::string>> others;  // rows of other letters
+};
+
+// The walk over cppsecs in key order.  A row whose data begins with `c` and
+// that is not a method of the class before it is a class head; its name is
+// the key up to " :: ".  A class without a number in nameNr has no map.
+cppsecs_walk walk_cppsecs(Java2Htm& web) {
+  cppsecs_walk w;
   std::string prefix = "\1";
   Btree_st st;
-  for (unsigned ok = cppsecs.GetFirst(st); ok; ok = cppsecs.Next(st)) {
+  for (unsigned ok = web.cppsecs.GetFirst(st); ok; ok = web.cppsecs.Next(st)) {
     std::string key(st.k, st.k_L), data = st.c;
     if (data.empty() || data[0] != 'c') {
-      others.emplace_back(key, data);
+      w.others.emplace_back(key, data);
       continue;
     }
     if (key.compare(0, prefix.size(), prefix) == 0) continue;
-    size_t sep = key.find(" :: ");
-    std::string name = key.substr(0, sep);
+    std::string name = key.substr(0, key.find(" :: "));
     while (!name.empty() && name.back() == ' ') name.pop_back();
     prefix = name + " ::";
     if (name.empty() || name[0] == '<') {
@@ -89,29 +90,64 @@ void Java2Htm::phase14_class_pages() {
       exut.fail(__LINE__, SRC, "Assertion: no class name before '<' in cppsecs");
     }
     Btree_st ns;
-    if (!nameNr.Get(name.substr(0, 252).c_str(), ns) && !nameNr.Get(name.substr(0, name.find('<')).c_str(), ns)) {
-      if (nameNr.number_of_elements() == 0) {
-        nameNr.trace("nameNr", stdout);
-        cppsecs.trace("cppsecs", stdout);
+    if (!web.nameNr.Get(name.substr(0, 252).c_str(), ns) && !web.nameNr.Get(name.substr(0, name.find('<')).c_str(), ns)) {
+      if (web.nameNr.number_of_elements() == 0) {
+        web.nameNr.trace("nameNr", stdout);
+        web.cppsecs.trace("cppsecs", stdout);
         exut.fail(__LINE__, SRC, "Assertion: class %s but no number in nameNr", name.c_str());
       }
       continue;
     }
-    classes.push_back({name, ns.c, page_link(data)});
-    classNamesSeen.insert(name);
-    classPages.insert(page_part(page_link(data)));
+    std::string link = Java2Htm::page_link(data);
+    w.classes.push_back({name, ns.c, link});
+    w.names.insert(name);
+    w.pages.insert(page_part(link));
   }
-  // The list of maps: the alphabet of the first letters, then a row a class.
-  Btree side;
+  return w;
+}
+
+// funcs.htm: rows of other letters whose class has no head and whose page
+// holds none; sorted by the name with an upper-cased first letter.
+void write_funcs(Java2Htm& web, const cppsecs_walk& w) {
+  std::map<std::string, std::string> funcs;
+  int i = 0;
+  for (auto& [key, data] : w.others) {
+    size_t sep = key.find(" :: ");
+    std::string cls = sep == std::string::npos ? "" : key.substr(0, sep);
+    std::string link = Java2Htm::page_link(data);
+    if (!cls.empty() && (w.names.count(cls) || w.pages.count(page_part(link)))) continue;
+    std::string name = sep == std::string::npos ? key : key.substr(sep + 4);
+    funcs[upper_first(name) + "~" + key] = std::to_string(++i) + "~" + link;
+  }
+  FILE* f = web.open_page(web.j2h + "/funcs.htm", "ALL Functions");
+  for (auto& [key, data] : funcs) {
+    size_t t = data.find('~');
+    fprintf(f, "\n<br><a name=%s></a><a href=%s>%s</a>", data.substr(0, t).c_str(), data.substr(t + 1).c_str(),
+            html_text(key.substr(key.find('~') + 1)).c_str());
+  }
+  fputs("\n</font></BODY></HTML>\n", f);
+  safe_ut.close_FILE(&f, SRC, __LINE__);
+}
+
+}  // namespace
+
+// Phase 14: class.htm with a row a class, then a map a class, funcs.htm
+// and the lists of methods.
+void Java2Htm::phase14_class_pages() {
+  for (Btree* t : {&rootClasses, &allMethods, &types}) t->quiet = 1;
+  dir_with_css(j2h + "/m");
+  cash_classComment();
+  cppsecs_walk w = walk_cppsecs(*this);
+  Btree side;  // the classes, for the alphabet
   side.quiet = 1;
-  for (auto& c : classes) tree_put(side, c.name, c.nr);
+  for (auto& c : w.classes) tree_put(side, c.name, c.nr);
   FILE* f = open_page(j2h + "/class.htm", "Class Maps");
   fputs("showing superclass and interface names (in Java)\n<br>resp. superclasses (in C++)\n", f);
   make_ABC(f, side, true, 0);
   fputs("\n</center>", f);
   std::map<std::string, std::string> maps;  // "1_<name>~<page>" -> the map's path
   char letter = 0;
-  for (auto& c : classes) {
+  for (auto& c : w.classes) {
     fputs("<br>", f);
     if (c.name[0] != letter) {
       letter = c.name[0];
@@ -132,25 +168,7 @@ void Java2Htm::phase14_class_pages() {
     create_class_map(m.first.substr(2, t - 2), m.second, m.first.substr(t + 1));
   }
   if (code_mo) safe_ut.close_FILE(&code_mo, SRC, __LINE__);
-  // Functions: method rows of no class with a map.
-  std::map<std::string, std::string> funcs;
-  int i = 0;
-  for (auto& [key, data] : others) {
-    size_t sep = key.find(" :: ");
-    std::string cls = sep == std::string::npos ? "" : key.substr(0, sep);
-    std::string link = page_link(data);
-    if (!cls.empty() && (classNamesSeen.count(cls) || classPages.count(page_part(link)))) continue;
-    std::string name = sep == std::string::npos ? key : key.substr(sep + 4);
-    funcs[upper_first(name) + "~" + key] = std::to_string(++i) + "~" + link;
-  }
-  f = open_page(j2h + "/funcs.htm", "ALL Functions");
-  for (auto& [key, data] : funcs) {
-    size_t t = data.find('~');
-    fprintf(f, "\n<br><a name=%s></a><a href=%s>%s</a>", data.substr(0, t).c_str(), data.substr(t + 1).c_str(),
-            html_text(key.substr(key.find('~') + 1)).c_str());
-  }
-  fputs("\n</font></BODY></HTML>\n", f);
-  safe_ut.close_FILE(&f, SRC, __LINE__);
+  write_funcs(*this, w);
   showALLMethods();
 }
 
