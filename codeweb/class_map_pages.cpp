@@ -95,9 +95,7 @@ std::string Java2Htm::class_shown(const std::string& name) {
   return html_text(base_of(name)) + " &lt; " + html_text(inner);
 }
 
-bool Java2Htm::rootClass(const std::string& name) {
-  return rows_at(superClasses, base_of(name) + "~").empty();
-}
+bool Java2Htm::rootClass(const std::string& name) { return rows_at(superClasses, base_of(name) + "~").empty(); }
 
 void Java2Htm::create_subClasses_Relation() {
   subClasses = std::make_unique<Btree>();

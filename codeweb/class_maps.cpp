@@ -90,7 +90,8 @@ cppsecs_walk walk_cppsecs(Java2Htm& web) {
       exut.fail(__LINE__, SRC, "Assertion: no class name before '<' in cppsecs");
     }
     Btree_st ns;
-    if (!web.nameNr.Get(name.substr(0, 252).c_str(), ns) && !web.nameNr.Get(name.substr(0, name.find('<')).c_str(), ns)) {
+    if (!web.nameNr.Get(name.substr(0, 252).c_str(), ns) &&
+        !web.nameNr.Get(name.substr(0, name.find('<')).c_str(), ns)) {
       if (web.nameNr.number_of_elements() == 0) {
         web.nameNr.trace("nameNr", stdout);
         web.cppsecs.trace("cppsecs", stdout);
@@ -180,7 +181,8 @@ void Java2Htm::showALLMethods() {
   };
   std::vector<row> rows;
   Btree_st st;
-  for (unsigned ok = allMethods.GetFirst(st); ok; ok = allMethods.Next(st)) rows.push_back({std::string(st.k, st.k_L), st.c});
+  for (unsigned ok = allMethods.GetFirst(st); ok; ok = allMethods.Next(st))
+    rows.push_back({std::string(st.k, st.k_L), st.c});
   auto method_of = [](const std::string& k) { return k.substr(1, k.find('~') - 1); };
   auto kept = [&](const std::string& k) {
     std::string m = method_of(k);

@@ -66,6 +66,7 @@ TEST(ClassMaps, JavaMapShowsMethodsBasesIndentedAndSubclasses) {
   TempDir t;
   map_web w;
   java_hierarchy(w);
+  write_file("root_fz", "\nroot[ ? ] Legacy\nroot[ A ] B\n");  // the list of an earlier run
   w.run();
   std::string a = w.map_of("A");
   EXPECT_TRUE(has(a, "Class <a href=../c0001.htm#0>A</a>")) << a;
@@ -84,14 +85,17 @@ TEST(ClassMaps, JavaMapShowsMethodsBasesIndentedAndSubclasses) {
   // The list of maps, its alphabet and the bases of each class.
   std::string list = read_file("j2h/class.htm");
   EXPECT_TRUE(has(list, "<a href=\"#A_0\">A</a>")) << list;
-  EXPECT_TRUE(has(list, "\n<a name=\"A_0\"></a>\n<br>[ <a href=m/" + w.nr("A") + ".htm>toc</a> ] &nbsp; \n"
-                        "<a href=c0001.htm#0>A</a>\n<br> " + std::string(w.web.filler + 27 * 7 - 49) + ": B"))
+  EXPECT_TRUE(has(list, "\n<a name=\"A_0\"></a>\n<br>[ <a href=m/" + w.nr("A") +
+                            ".htm>toc</a> ] &nbsp; \n"
+                            "<a href=c0001.htm#0>A</a>\n<br> " +
+                            std::string(w.web.filler + 27 * 7 - 49) + ": B"))
       << list;
   // Roots, and the console's new root_fz.
   std::string roots = read_file("j2h/roots.htm");
-  EXPECT_TRUE(has(roots, "\n<br>B\n<br>I")) << roots;
+  EXPECT_TRUE(has(roots, "\n<br>B\n<br>I\n<br>Legacy")) << roots;
   EXPECT_FALSE(has(roots, "<br>A")) << roots;
-  EXPECT_TRUE(has(w.console, "\nroot[ A ] B\nroot[ A ] I\n|\nend of new Version of root_fz, 2 rootClasses"))
+  EXPECT_TRUE(
+      has(w.console, "\nroot[ A ] B\nroot[ A ] I\nroot[ ? ] Legacy\n|\nend of new Version of root_fz, 3 rootClasses"))
       << w.console;
 }
 
@@ -128,7 +132,13 @@ TEST(ClassMaps, CppRowsTemplatesAndSubclassesWithoutPage) {
   put(w.web.cppsecs, "main", "m4/1.htm#0");
   put(w.web.cppsecs, "Q :: run", "m4/2.htm#3");  // a class never seen
   put(w.web.types, "Handle", "3/7.htm#5");
+  w.cls("V<K>", "c5/1.htm#0");  // a class head entered with its template part
+  put(w.web.nameNr, "V", w.nr("V<K>"));
+  put(w.web.cppsecs, "V<K> :: at", "m5/1.htm#2");
   w.run();
+  EXPECT_TRUE(has(read_file("j2h/class.htm"), "<a href=5/1.htm#0>V &lt; K</a>")) << read_file("j2h/class.htm");
+  EXPECT_TRUE(has(w.map_of("V"), "<a href=../5/1.htm#0>V &lt; K</a>\n<br><a href=../5/1.htm#2>at</a>"))
+      << w.map_of("V");
   std::string y = w.map_of("Y");
   EXPECT_TRUE(has(y, "<br><br>. &nbsp; <a href=../3/7.htm#2>X &lt; T</a>\n<br>. &nbsp; <a href=../3/8.htm#4>size</a>"))
       << y;
