@@ -196,9 +196,37 @@ class Java2Htm : public ut_web {
   // ============================= end of call relation
 
   // ============================= class maps (class_maps.cpp)
+  // Maps are made from three trees: superClasses, cppsecs and nameNr.  A
+  // cppsecs row's data is a page link with a type letter in front: `c` for
+  // a class head, `m` for a C++ method; a Java page name begins with `c`
+  // itself ("c0003.htm#4"), a C++ one is "<a>/<b>.htm" behind the letter.
+  // Hierarchies are walked without recursion and end on cycles (A : B,
+  // B : A) and at any depth; indents stop growing at the end of their
+  // strings.
   void phase14_class_pages();  // m/, funcs.htm, class.htm, ALLMe.htm, ...
   void phase15_types();        // types.htm (and the later report pages)
   void show_rootClasses();     // phase 18: roots.htm
+  // The page link of a cppsecs row's data, relative to <j2h>.
+  static std::string page_link(const std::string& data);
+  // A class name for a page: "X<T>" as "X &lt; T".
+  static std::string class_shown(const std::string& name);
+  void cash_classComment();
+  void create_class_map(const std::string& cls, const std::string& mapPath, const std::string& pageOfClass);
+  void show_class_map(FILE* out, const std::string& cls);
+  void show_methods(FILE* out, const std::string& cls, int level);
+  int show_superClasses(FILE* out, const std::string& cls, int deep);
+  unsigned show_subClasses(FILE* out, const std::string& cls, int level);
+  void create_subClasses_Relation();
+  bool rootClass(const std::string& name);
+  void showALLMethods();
+  Btree types;                          // type name -> "<page>.htm#<i>", or a class map number
+  std::unique_ptr<Btree> classDocs;     // class -> its text in <root>/class_documentation
+  std::unique_ptr<Btree> subClasses;    // "<super>~<class>" -> kind, made on first use
+  Btree rootClasses;                    // class without superclass -> "?" or the class it was met for
+  Btree allMethods;                     // "%c%s~%s" first letter, method, "<class> :: <method>" -> link
+  std::string rootTitle;                // the class whose bases are being shown
+  FILE* code_mo = nullptr;              // xx_code_mo while the maps are written
+  static constexpr int max_map_rows = 20000;  // rows of one hierarchy on one page
   // ============================= end of class maps
 
  private:
