@@ -202,7 +202,7 @@ void Java2Htm::show_Aufrufe() {
   int nr = 0;
   for (unsigned ok = funcBodies->GetFirst(st); ok; ok = funcBodies->Next(st)) {
     std::string k(st.k, st.k_L);
-    size_t tilde = k.find('~');
+    size_t tilde = k.find('~', 1);  // a destructor's name begins with "~"
     std::string name = k.substr(0, tilde), caller = k.substr(tilde + 1);
     methods.insert(caller);
     if (name != last || !sub) {

@@ -358,6 +358,11 @@ size_t call_scan::head(size_t i) {
 // A "(" inside a body: the name in front of it is called.
 void call_scan::call(size_t i) {
   std::string name = name_before(t, i, true);
+  // "~" in front of a called name is the complement operator (or an
+  // explicit destructor call): the name is called.  So no callee holds "~",
+  // which separates the two ends of a call in the keys.
+  size_t tilde = name.find('~');
+  if (tilde != std::string::npos) name.erase(tilde, 1);
   if (name.empty()) return;
   size_t colons = name.rfind("::");
   std::string word = colons == std::string::npos ? name : name.substr(colons + 2);

@@ -96,6 +96,7 @@ TEST(CallRelation, ModernHeadsAndProcessedPagesFindTheirBodies) {
                "template <class T> void T2<T>::go() override { std::sort(b, e); }\n"
                "const char* r = R\"(a(b\" c)\";\n"
                "void lam() { auto l = [](int q) { return twice(q); }; l(2); }\n"
+               "S::~S() { m = ~mask(1); }\n"
                "}\n") +
           file("r/old.cpp", "void P::run()\n   LB_( run\n  step();\n   LE_\nvoid after() { done(); }\n"));
   EXPECT_TRUE(c.calls_("count", "S :: size"));
@@ -106,6 +107,10 @@ TEST(CallRelation, ModernHeadsAndProcessedPagesFindTheirBodies) {
   EXPECT_TRUE(c.calls_("step", "P :: run"));
   EXPECT_TRUE(c.calls_("done", "after"));
   EXPECT_FALSE(c.calls_("done", "P :: run"));
+  // A destructor keeps its "~"; a "~" in front of a call is an operator.
+  EXPECT_TRUE(c.calls_("mask", "S :: ~S"));
+  EXPECT_TRUE(has(c.page("ALLf.htm"), ">~S</a><br>"));
+  EXPECT_TRUE(has(c.page("ALL_funcs"), "\n S :: ~S\n"));
 }
 
 TEST(CallRelation, DefaultSelectionFromHandlersAndTheGuiApiSplit) {
