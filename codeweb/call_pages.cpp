@@ -81,27 +81,112 @@ int Java2Htm::callees(FILE* out, const std::string& name, int level, Btree& seen
   return n + 1;
 }
 
+namespace {
+
+// A selected method with the callers whose bodies define it ("A :: f" names
+// one class, "f" every class).
+struct chosen_method {
+  std::string name;
+  std::vector<std::string> callers;
+};
+
+std::vector<chosen_method> chosen_methods(Java2Htm& w) {
+  std::vector<chosen_method> out;
+  Btree_st st;
+  for (unsigned ok = w.traceSel->GetFirst(st); ok; ok = w.traceSel->Next(st)) {
+    std::string name(st.k, st.k_L);
+    std::vector<std::string> callers;
+    for (const std::string& c : rows_after(*w.funcBodies, method_of(name) + "~"))
+      if (name.find(" :: ") == std::string::npos || c == name || c == name + "_CLI") callers.push_back(c);
+    out.push_back({name, callers});
+  }
+  return out;
+}
+
+// The rows of one selected method on rufAPI.htm or rufGUI.htm, one per
+// class that defines it.
+void split_rows(Java2Htm& w, const chosen_method& s, const std::string& nr, FILE* split[2], int counts[2]) {
+  std::string method = method_of(s.name);
+  std::vector<std::string> defs = s.callers.empty() ? std::vector<std::string>{s.name} : s.callers;
+  for (const std::string& c : defs) {
+    std::string cls = class_of(c);
+    side d = side_of(method, cls);
+    if (d == none) continue;
+    Btree_st b;
+    std::string file = w.funcBodies->Get((method + "~" + c).c_str(), b) ? b.c : "";
+    fprintf(split[d], "\n<a href=rufe/%s.htm>%s</a><font size=1> %s, %s</font><br>", nr.c_str(),
+            html_text(s.name).c_str(), html_text(cls).c_str(), html_text(w.shown(file)).c_str());
+    counts[d]++;
+  }
+}
+
+// rufA/<nr>.htm: the callers of `callee`.
+void callers_page(Java2Htm& w, const std::string& nr, const std::string& callee, const std::vector<std::string>& callers) {
+  FILE* f = w.open_page(w.j2h + "/rufA/" + nr + ".htm", "is called in");
+  for (const std::string& c : callers) {
+    std::string link = w.code_link(c);
+    if (link.empty())
+      fprintf(f, "\n<br>%s", html_text(c).c_str());
+    else
+      fprintf(f, "\n<br><a href=../%s>%s</a>", html_attr(link).c_str(), html_text(c).c_str());
+  }
+  fprintf(f, "\n<br><br><font size=1>Only these %i Methods call</font>\n<br><b>%s</b>%s", (int)callers.size(),
+          html_text(callee).c_str(), page_end);
+  safe_ut.close_FILE(&f, SRC, __LINE__);
+}
+
+// rufA.htm: every name called; a name with a body (or a cppsecs row) links
+// to the page of its callers, a name defined in no implementation file
+// stands plain.
+void called_pages(Java2Htm& w) {
+  FILE* rufA = w.open_page(w.j2h + "/rufA.htm", "Methods actually called are:");
+  int called = 0, pages = 0;
+  std::string last;
+  std::vector<std::string> callers;
+  auto flush = [&]() {
+    if (last.empty()) return;
+    called++;
+    std::string method = method_of(last);
+    if (rows_after(*w.funcBodies, method + "~").empty() && w.code_link(last).empty()) {
+      fprintf(rufA, "\n<br>%s", html_text(last).c_str());
+      return;
+    }
+    std::string nr = std::to_string(++pages);
+    fprintf(rufA, "\n<br><a href=rufA/%s.htm>%s</a>", nr.c_str(), html_text(last).c_str());
+    callers_page(w, nr, last, callers);
+  };
+  Btree_st st;
+  for (unsigned ok = w.aufrufe->GetFirst(st); ok; ok = w.aufrufe->Next(st)) {
+    std::string k(st.k, st.k_L);
+    size_t tilde = k.find('~');
+    std::string callee = k.substr(0, tilde);
+    if (callee != last) {
+      flush();
+      last = callee;
+      callers.clear();
+    }
+    callers.push_back(k.substr(tilde + 1));
+  }
+  flush();
+  fprintf(rufA, "\n<br><br><font size=1>%i Functions actually called</font>%s", called, page_end);
+  safe_ut.close_FILE(&rufA, SRC, __LINE__);
+}
+
+}  // namespace
+
+// rufe.htm with a call tree rufe/<i>.htm per selected method, trus.htm,
+// rufAPI.htm and rufGUI.htm; then rufA.htm.
 void Java2Htm::show_ALLAufrufe() {
   dir_with_css(j2h + "/rufe");
   dir_with_css(j2h + "/rufA");
-  // The selected methods with the bodies that define them.
-  struct sel {
-    std::string name;
-    std::vector<std::string> callers;
-  };
-  std::vector<sel> chosen;
-  Btree_st st;
-  for (unsigned ok = traceSel->GetFirst(st); ok; ok = traceSel->Next(st)) {
-    std::string name(st.k, st.k_L);
-    chosen.push_back({name, rows_after(*funcBodies, method_of(name) + "~")});
-  }
+  std::vector<chosen_method> chosen = chosen_methods(*this);
   FILE* trus = open_page(j2h + "/trus.htm", "Selected Methods");
   FILE* rufe = open_page(j2h + "/rufe.htm", "Calls done by Selected Methods");
   fputs("\n<a href=rufGUI.htm>Sort GUI Methods</a> &nbsp; <a href=rufAPI.htm>Sort API Methods</a><br><br>", rufe);
   FILE* split[2] = {open_page(j2h + "/rufAPI.htm", "API Methods"), open_page(j2h + "/rufGUI.htm", "GUI Methods")};
   int counts[2] = {0, 0};
   for (size_t i = 0; i < chosen.size(); i++) {
-    const sel& s = chosen[i];
+    const chosen_method& s = chosen[i];
     std::string nr = std::to_string(i + 1);
     std::string name = html_text(s.name);
     FILE* f = open_page(j2h + "/rufe/" + nr + ".htm", ("<a href=../trus.htm>Calls done by</a> " + name).c_str());
@@ -117,68 +202,14 @@ void Java2Htm::show_ALLAufrufe() {
     for (const std::string& c : s.callers) where += (where.empty() ? "" : " ") + c;
     fprintf(rufe, "\n<a href=rufe/%s.htm>%s</a><font size=1>, %s</font><br>", nr.c_str(), name.c_str(),
             html_text(where).c_str());
-    std::vector<std::string> defs = s.callers.empty() ? std::vector<std::string>{s.name} : s.callers;
-    for (const std::string& c : defs) {
-      std::string cls = class_of(c);
-      side d = side_of(method_of(s.name), cls);
-      if (d == none) continue;
-      Btree_st b;
-      std::string file = funcBodies->Get((method_of(s.name) + "~" + c).c_str(), b) ? b.c : "";
-      fprintf(split[d], "\n<a href=rufe/%s.htm>%s</a><font size=1> %s, %s</font><br>", nr.c_str(), name.c_str(),
-              html_text(cls).c_str(), html_text(shown(file)).c_str());
-      counts[d]++;
-    }
+    split_rows(*this, s, nr, split, counts);
   }
   fprintf(rufe, "\n<br><font size=1>%i Selected Methods</font>%s", (int)chosen.size(), page_end);
   fprintf(split[api], "\n<br><font size=1>%i API Methods</font>%s", counts[api], page_end);
   fprintf(split[gui], "\n<br><font size=1>%i GUI Methods</font>%s", counts[gui], page_end);
   fputs(page_end, trus);
   for (FILE** f : {&trus, &rufe, &split[0], &split[1]}) safe_ut.close_FILE(f, SRC, __LINE__);
-
-  // Every name called, with its callers.
-  FILE* rufA = open_page(j2h + "/rufA.htm", "Methods actually called are:");
-  int called = 0, pages = 0;
-  std::string last;
-  std::vector<std::string> callers;
-  auto flush = [&]() {
-    if (last.empty()) return;
-    called++;
-    std::string method = method_of(last);
-    Btree_st b;
-    bool defined = funcBodies->Getmin_GE(b, (method + "~").c_str()) &&
-                   std::string(b.k, b.k_L).compare(0, method.size() + 1, method + "~") == 0;
-    if (!defined && code_link(last).empty()) {  // defined in no implementation file
-      fprintf(rufA, "\n<br>%s", html_text(last).c_str());
-      return;
-    }
-    std::string nr = std::to_string(++pages);
-    fprintf(rufA, "\n<br><a href=rufA/%s.htm>%s</a>", nr.c_str(), html_text(last).c_str());
-    FILE* f = open_page(j2h + "/rufA/" + nr + ".htm", "is called in");
-    for (const std::string& c : callers) {
-      std::string link = code_link(c);
-      if (link.empty())
-        fprintf(f, "\n<br>%s", html_text(c).c_str());
-      else
-        fprintf(f, "\n<br><a href=../%s>%s</a>", html_attr(link).c_str(), html_text(c).c_str());
-    }
-    fprintf(f, "\n<br><br><font size=1>Only these %i Methods call</font>\n<br><b>%s</b>%s", (int)callers.size(),
-            html_text(last).c_str(), page_end);
-    safe_ut.close_FILE(&f, SRC, __LINE__);
-  };
-  for (unsigned ok = aufrufe->GetFirst(st); ok; ok = aufrufe->Next(st)) {
-    std::string k(st.k, st.k_L);
-    size_t tilde = k.find('~');
-    std::string callee = k.substr(0, tilde), caller = k.substr(tilde + 1);
-    if (callee != last) {
-      flush();
-      last = callee;
-      callers.clear();
-    }
-    callers.push_back(caller);
-  }
-  flush();
-  fprintf(rufA, "\n<br><br><font size=1>%i Functions actually called</font>%s", called, page_end);
-  safe_ut.close_FILE(&rufA, SRC, __LINE__);
+  called_pages(*this);
 }
 
 void Java2Htm::show_Aufrufe() {

@@ -323,7 +323,6 @@ void call_scan::string_at(size_t i, size_t e) {
 // parameter list.  Returns where the scan goes on: behind the list, or at
 // the body's brace.
 size_t call_scan::head(size_t i) {
-  if (i > 0 && blank(t[i - 1])) return i + 1;
   if (starts(t, i, "( \"SELECT\", c1 )")) return i + 1;
   if (starts(t, i + 1, "//") || starts(t, i + 1, "/*")) return i + 1;
   if (i < no_head_before || budget < 0) return i + 1;
@@ -336,7 +335,9 @@ size_t call_scan::head(size_t i) {
   size_t body = body_after(t, close_);
   budget -= (long)((body == std::string::npos ? std::min(t.size(), close_ + look_ahead) : body) - i);
   if (body == std::string::npos) return close_ + 1;
-  std::string name = name_before(t, i, false);
+  // Blanks may stand between the name and its list ("foo (int a)" is the
+  // house style of many C trees).
+  std::string name = name_before(t, i, true);
   size_t colons = name.rfind("::");
   std::string word = colons == std::string::npos ? name : name.substr(colons + 2);
   if (word.empty()) return body;

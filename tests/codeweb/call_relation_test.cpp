@@ -162,6 +162,11 @@ TEST(CallRelation, OwnSelectionAndRecursionEnd) {
   std::string t = c.page("rufe/2.htm");
   EXPECT_TRUE(has(t, ":<br><br>\n. &nbsp b<br>. &nbsp . &nbsp a<br>")) << t;
   EXPECT_TRUE(has(c.page("rufe/1.htm"), ":<br><br>\n. &nbsp a<br>. &nbsp . &nbsp b<br>"));
+  // A selected "Q :: b" is the body of class Q only, a plain name every body.
+  std::string rufe = c.page("rufe.htm");
+  EXPECT_TRUE(has(rufe, "\n<a href=rufe/1.htm>Q :: b</a><font size=1>, Q :: b</font><br>")) << rufe;
+  EXPECT_TRUE(has(rufe, "\n<a href=rufe/2.htm>a</a><font size=1>, a</font><br>"));
+  EXPECT_TRUE(has(c.page("rufAPI.htm"), ">Q :: b</a><font size=1> Q, /x.cpp</font><br>"));
   c.web.calls_closing();
   EXPECT_TRUE(file_exists("r/traceUs"));  // the user's own selection stays
 }
@@ -213,7 +218,7 @@ TEST(CallRelation, LongAndBrokenTextEndsInLinearTime) {
 
 TEST(CallRelation, WholeRunOnACTreeMakesTheCallPages) {
   TempDir dir;
-  write_file("src/lib/util.c", "int twice(int x) { return add(x, x); }\n");
+  write_file("src/lib/util.c", "static int\ntwice (int x)\n{\n  return add (x, x);\n}\n");
   write_file("src/app/main.cc", "int main() { return twice(2); }\n");
   write_file("src/app/main.h", "int hidden() { return never(); }\n");
   write_file("src/app/gui.cxx", "void CView::OnDraw() { paint(); }\n");
@@ -222,7 +227,8 @@ TEST(CallRelation, WholeRunOnACTreeMakesTheCallPages) {
   std::string funcs = read_file("src/j2h/ALL_funcs");
   for (const char* f : {" twice\n", " main\n", " CView :: OnDraw\n"}) EXPECT_TRUE(has(funcs, f)) << f;
   EXPECT_FALSE(has(funcs, "hidden"));  // headers are no implementation files
-  EXPECT_TRUE(has(read_file("src/j2h/aufrufe"), "\ntwice~main\n"));
+  std::string calls_ = read_file("src/j2h/aufrufe");
+  EXPECT_TRUE(has(calls_, "\nadd~twice\n") && has(calls_, "\ntwice~main\n")) << calls_;
   for (const char* p : {"rufe.htm", "rufA.htm", "rufGUI.htm", "rufAPI.htm", "trus.htm", "ALLf.htm"})
     EXPECT_TRUE(file_exists(std::string("src/j2h/") + p)) << p;
   EXPECT_FALSE(file_exists("src/traceUs"));  // made from the handlers, gone with the run
