@@ -220,9 +220,13 @@ void Java2Htm::show_Aufrufe() {
   for (unsigned ok = traceCandidates->GetFirst(st); ok; ok = traceCandidates->Next(st))
     t += std::string(st.k, st.k_L) + "\n";
   safe_ut.write_text((root + "/No_trace_for").c_str(), t);
-  t = "";
-  for (unsigned ok = aufrufe->GetFirst(st); ok; ok = aufrufe->Next(st)) t += "\n" + std::string(st.k, st.k_L);
-  safe_ut.write_text((j2h + "/aufrufe").c_str(), t + "\n");
+  FILE* calls = safe_ut.create((j2h + "/aufrufe").c_str());
+  for (unsigned ok = aufrufe->GetFirst(st); ok; ok = aufrufe->Next(st)) {
+    fputc('\n', calls);
+    fwrite(st.k, 1, st.k_L, calls);
+  }
+  fputc('\n', calls);
+  safe_ut.close_FILE(&calls, SRC, __LINE__);
 
   // Every body found, grouped by its function name.
   std::set<std::string> methods;
