@@ -172,10 +172,16 @@ TEST(CallRelation, OwnSelectionAndRecursionEnd) {
 }
 
 TEST(CallRelation, CallersLinkToTheirCodeAndUndefinedNamesStayPlain) {
-  calls c(file("r/a.cpp", "void A::f() { g(); ext(); }\nvoid g() { ext(); }\n"), nullptr, [](Java2Htm& w) {
-    w.cppsecs.StrIns('i', "A :: f", "m0/1.htm#3");
-    w.cppsecs.StrIns('i', "A", "c0/1.htm#1");
-  });
+  calls c(file("C:\\shop\\cust\\a.cpp", "void A::f() { g(); ext(); }\nvoid g() { ext(); }\n"), nullptr,
+          [](Java2Htm& w) {
+            w.cppsecs.StrIns('i', "A :: f", "m0/1.htm#3");
+            w.cppsecs.StrIns('i', "A", "c0/1.htm#1");
+            w.callCut = "/cust/";
+          });
+  // The file name with "/" for "\", cut behind the customer folder.
+  Btree_st st;
+  ASSERT_TRUE(c.web.funcBodies->Get("g~g", st));
+  EXPECT_STREQ(st.c, "a.cpp");
   std::string a = c.page("rufA.htm");
   EXPECT_TRUE(has(a, "\n<br>ext")) << a;
   EXPECT_FALSE(has(a, ">ext</a>"));
@@ -232,4 +238,8 @@ TEST(CallRelation, WholeRunOnACTreeMakesTheCallPages) {
   for (const char* p : {"rufe.htm", "rufA.htm", "rufGUI.htm", "rufAPI.htm", "trus.htm", "ALLf.htm"})
     EXPECT_TRUE(file_exists(std::string("src/j2h/") + p)) << p;
   EXPECT_FALSE(file_exists("src/traceUs"));  // made from the handlers, gone with the run
+  // A second run writes the same pages.
+  auto first = cwtest::tree_of("src/j2h");
+  cwtest::build("src");
+  EXPECT_TRUE(first == cwtest::tree_of("src/j2h"));
 }
