@@ -132,4 +132,5 @@ void Java2Htm::closing_files() {
     if ((alles || xxx) && safe_ut.ok_is_a(p.c_str()) == 'f') safe_ut.remove_file(p.c_str());
   }
   if (safe_ut.ok_is_a("tempNr") == 'd') safe_ut.rm_tree("tempNr");
+  calls_closing();
 }

@@ -191,8 +191,42 @@ class Java2Htm : public ut_web {
   long locTotal = 0;   // LOC of the closing line
 
   // ============================= call relation (call_relation.cpp)
+  // Drawn from text: in <root>/alles_cpp (every implementation file behind
+  // a line "file: <path>") a body is found by its braces, and inside a body
+  // a name in front of "(" is a call of that name.  A caller is
+  // "<class> :: <name>" or "<name>", with "_CLI" behind when its path holds
+  // "CLI".  The trees exist once seeAufrufe has found alles_cpp:
+  //   aufrufe          "<callee>~<caller>"
+  //   callsOf          "<caller's last word>~<callee>" and "<caller>~<callee>"
+  //                    -> "<file>~<caller>"
+  //   usedNames        names reached from event handlers
+  //   traceCandidates  " <name>" of names called, not selected
+  //   traceSel         the selected method names (<root>/traceUs)
+  //   funcBodies       "<name>~<caller>" -> file, for every body found
   void seeAufrufe();    // phase 17: the call relation from <root>/alles_cpp
-  void show_Aufrufe();  // phase 17: its pages
+  void show_Aufrufe();  // phase 17: the list files and ALLf.htm
+  // The path part cut off in front of the file names of alles_cpp (a
+  // customer folder); empty: no cut.
+  std::string callCut;
+  std::unique_ptr<Btree> aufrufe, callsOf, usedNames, traceCandidates, traceSel, funcBodies;
+  bool madeTraceUs = false;  // <root>/traceUs was made from ON_COMMAND handlers
+  // Reads `alles` (the concatenation) and fills the trees.
+  void ALLAufrufe(const std::string& alles);
+  // One call of `callee` by `caller` (nothing without a caller).
+  void einAufruf(const std::string& caller, const std::string& fileAndCaller, const std::string& callee);
+  // "A::f" -> "A :: f": a run of name characters, the rest behind " :: ".
+  static std::string norm(const std::string& name);
+  // True for the names never entered as callee (keywords and a few
+  // library functions).
+  static bool excluded_callee(const std::string& word);
+  // The page a cppsecs row of `caller` names, relative to <j2h>; empty when
+  // it has none.
+  std::string code_link(const std::string& caller);
+  void show_ALLAufrufe();  // rufe, rufA, rufGUI, rufAPI, trus and their subpages
+  // Prints the call tree of `name` two levels deep; returns the count of
+  // names printed plus one.
+  int callees(FILE* out, const std::string& name, int level, Btree& seen);
+  void calls_closing();    // destructor: the traceUs made by this run goes
   // ============================= end of call relation
 
   // ============================= class maps (class_maps.cpp)

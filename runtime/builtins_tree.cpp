@@ -72,7 +72,20 @@ int b_wfind(const args& a, io& io) {
 }
 
 // jaco cat .<ext> <root> <out>: every file of that extension below root, in
-// walk order, each behind a line "\nfile: <path>\n".
+// walk order, each behind a line "\nfile: <path>\n".  ".cpp" stands for every
+// C and C++ implementation file (.c, .cc, .cxx, .c++, .cpp), so that C trees
+// get a call relation too; other extensions are taken as they are.
+namespace {
+bool takes(const std::string& path, const std::string& ext) {
+  if (!ends_with_nocase(path, ext) && ext == ".cpp") {
+    for (const char* e : {".c", ".cc", ".cxx", ".c++"})
+      if (ends_with_nocase(path, e)) return true;
+    return false;
+  }
+  return ends_with_nocase(path, ext);
+}
+}  // namespace
+
 int b_jaco(const args& a, io& io) {
   std::vector<std::string> w = plain_words(a);
   if (w.size() < 4) {
@@ -96,7 +109,7 @@ int b_jaco(const args& a, io& io) {
   os().fstat(out, &ost);
   int status = 0;
   file_ops::wfind(root, true, [&](const std::string& p, bool is_dir) {
-    if (is_dir || !ends_with_nocase(p, ext)) return;
+    if (is_dir || !takes(p, ext)) return;
     struct stat st;
     if (os().stat(p.c_str(), &st) == 0 && st.st_ino == ost.st_ino && st.st_dev == ost.st_dev) return;
     say(out, "\nfile: " + p + "\n");
