@@ -78,8 +78,24 @@ bool cpp_reader::class_head() {
     i_ = semi;
     return true;
   }
-  size_t stop = find_code(t_, i_ + 5, limit, ";{()>=");
-  if (stop == std::string::npos || (t_[stop] != ';' && t_[stop] != '{')) return false;
+  // A "class" in a template's parameter list or a parameter is no head.
+  size_t stop = std::string::npos;
+  int angle = 0;
+  for (size_t j = i_ + 5; j < limit && stop == std::string::npos; j++) {
+    size_t k = skip_quoted(t_, j);
+    if (k != j) {
+      j = k - 1;
+    } else if (t_[j] == '<') {
+      angle++;
+    } else if (t_[j] == '>') {
+      if (angle-- == 0) return false;
+    } else if (t_[j] == '(' || t_[j] == ')' || t_[j] == '=') {
+      return false;
+    } else if (t_[j] == ';' || t_[j] == '{') {
+      stop = j;
+    }
+  }
+  if (stop == std::string::npos) return false;
   if (t_[stop] == ';') {  // a forward declaration creates nothing
     code(t_.substr(i_, stop - i_));
     i_ = stop;
@@ -96,7 +112,7 @@ bool cpp_reader::class_head() {
     }
   }
   size_t colon = std::string::npos;
-  int angle = 0;
+  angle = 0;
   for (size_t k = 0; k < head.size(); k++) {
     if (head[k] == '<') angle++;
     else if (head[k] == '>' && angle > 0) angle--;

@@ -148,6 +148,19 @@ std::string cpp_reader::ourVers(cpp_sink& web, ctree tree, const std::string& na
 
 bool cpp_reader::method_head() {
   size_t p = i_, from = p;
+  if (starts(t_, p, "template") && p + 8 < t_.size() && (t_[p + 8] == '<' || is_blank(t_[p + 8]))) {
+    // A template's head is read behind its parameter list.
+    size_t q = t_.find('<', p);
+    int d = 0;
+    for (; q < t_.size() && q < p + look_ahead; q++) {
+      if (t_[q] == '<') d++;
+      if (t_[q] == '>' && --d == 0) break;
+      if (t_[q] == ';' || t_[q] == '{') return false;
+    }
+    if (q >= t_.size() || d != 0) return false;
+    p = from = q + 1;
+    while (p < t_.size() && (is_blank(t_[p]) || t_[p] == '\n')) p = ++from;
+  }
   if (schema(t_, p)) return false;
   if (starts(t_, p, "STDMETHODIMP_(") || starts(t_, p, "STDMETHOD_(")) {
     size_t c = t_.find(')', p);
@@ -208,7 +221,7 @@ bool cpp_reader::method_head() {
   std::string r = trim(uncommented(rest));
   if (!(r.size() > 0 && r[0] == ':') && r.find_first_of(".|\"") != std::string::npos) return false;
   std::string ret, cls, name;
-  if (!head_parts(from, paren, &ret, &cls, &name)) return false;
+  if (!head_parts(p, from, paren, &ret, &cls, &name)) return false;
   bool in_header = ret.find("inline") == std::string::npos && ret.find("constexpr") == std::string::npos &&
                    ret.find("static") == std::string::npos;
   if (!impl_ && in_header) return false;
@@ -219,7 +232,7 @@ bool cpp_reader::method_head() {
   return true;
 }
 
-bool cpp_reader::head_parts(size_t from, size_t paren, std::string* ret, std::string* cls, std::string* name) {
+bool cpp_reader::head_parts(size_t head, size_t from, size_t paren, std::string* ret, std::string* cls, std::string* name) {
   std::string np = uncommented(t_.substr(from, paren - from));
   while (!np.empty() && (is_blank(np.back()) || np.back() == '\n')) np.pop_back();
   size_t q = last_scope(np);
@@ -253,9 +266,9 @@ bool cpp_reader::head_parts(size_t from, size_t paren, std::string* ret, std::st
     *ret = squeeze(np.substr(0, k));
     cls->clear();
   }
-  if (from > i_) *ret = t_.substr(i_, from - i_) + (ret->empty() ? "" : " ") + *ret;
+  if (from > head) *ret = t_.substr(head, from - head) + (ret->empty() ? "" : " ") + *ret;
   if (name->empty() || !(is_word_char((*name)[0]) || (*name)[0] == '~')) return false;
-  if (ret->find_first_of("(){};=,\"") != std::string::npos && from == i_) return false;
+  if (ret->find_first_of("(){};=,\"") != std::string::npos && from == head) return false;
   return true;
 }
 

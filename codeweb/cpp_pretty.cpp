@@ -91,6 +91,9 @@ struct indenter {
         i = through(p, ">");
       } else if (starts(in, i, "<table")) {
         i = through(i, "</table>");
+      } else if (starts(in, i, "<font class=kw>") || starts(in, i, "<font class=co>") ||
+                 starts(in, i, "<font class=\"co\">")) {
+        i = through(i, "</font>");  // a string or a comment: no brace of it counts
       } else if (starts(in, i, "<pre-")) {
         return (void)out.append(in, i + 5, std::string::npos);
       } else if (c == '<') {
@@ -98,6 +101,7 @@ struct indenter {
       } else if (c == '\n') {
         out += '\n';
         i++;
+        if (level == 0) continue;  // text outside braces keeps its own blanks
         while (i < in.size() && is_blank(in[i])) i++;
         if (i < in.size() && in[i] != '\n' && in[i] != '{' && in[i] != '}') indent();
       } else if (starts(in, i, "//")) {

@@ -189,7 +189,7 @@ void cpp_reader::line_start() {
   for (const char* w : {"struct ", "union ", "enum ", "template "}) {
     if (!starts(t_, p, w)) continue;
     size_t stop = t_.find_first_of(";{", p);
-    if (stop == std::string::npos || t_[stop] != ';') return;
+    if (stop == std::string::npos || t_[stop] != ';') break;
     // "struct X;": a forward declaration goes; "template" with ";" first too.
     std::string between = trim(t_.substr(p + strlen(w), stop - p - strlen(w)));
     bool one_word = between.find_first_of(" \t\n") == std::string::npos;

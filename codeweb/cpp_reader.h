@@ -120,7 +120,7 @@ class cpp_reader {
   void skip_debug_block();
   void word();
   bool method_head();
-  bool head_parts(size_t from, size_t paren, std::string* ret, std::string* cls, std::string* name);
+  bool head_parts(size_t head, size_t from, size_t paren, std::string* ret, std::string* cls, std::string* name);
   bool class_head();
   void class_bases(const std::string& name, size_t from, size_t end);
   bool typedef_text();
