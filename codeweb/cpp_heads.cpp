@@ -181,6 +181,7 @@ bool cpp_reader::method_head() {
     if (c == '\n') {
       size_t q = j + 1;
       while (q < t_.size() && is_blank(t_[q])) q++;
+      if (depth == 0 && q < t_.size() && t_[q] == '\n') return false;  // a head has no empty line
       if (q >= t_.size() || t_[q] != '#') continue;
       if (depth == 0) return false;
       directives = true;

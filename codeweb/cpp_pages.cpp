@@ -87,7 +87,7 @@ struct web_sink : cpp_sink {
 const char* const cpp_entries[][2] = {
     {"cpps.htm", "Files"},          {"class.htm", "Class Maps"},   {"funcs.htm", "Functions"},
     {"types.htm", "Types"},         {"defines.htm", "Macros"},     {"cppmains.htm", "main()"},
-    {"inc/incs_cpp.htm", "Include Relation"}, {"fdep.htm", "Dependencies"}, {"rufA.htm", "Calls"},
+    {"fdep.htm", "Include Dependencies"}, {"rufA.htm", "Calls"},
     {"DLLs.htm", "DLL Loads"},      {"exps.htm", "Exceptions"},    {"stat.htm", "Statics"}};
 const char* const cs_entries[][2] = {
     {"csfs.htm", "Files"}, {"class.htm", "Class Maps"}, {"funcs.htm", "Functions"}};

@@ -135,11 +135,17 @@ struct indenter {
 }  // namespace
 
 std::string cpp_reader::pretty(const std::string& page, const std::string& src) {
-  size_t p = page.find("<pre");
-  if (p == std::string::npos) return page;
-  indenter ind(page, src);
-  ind.out.assign(page, 0, p);
+  // The text up to the mark "\n<pre-" is re-indented; what follows the
+  // mark stays as it is.
+  size_t mark = page.rfind("\n<pre-");
+  std::string text = page.substr(0, mark);
+  std::string after = mark == std::string::npos ? "" : page.substr(mark + 6);
+  size_t p = text.find("<pre");
+  if (p == std::string::npos) return text + after;
+  indenter ind(text, src);
+  ind.out.assign(text, 0, p);
   ind.run(ind.through(p, ">"));
+  ind.out += after;
   // A blank line before a blank line or a line of ";" alone goes.
   std::vector<std::string> lines = lines_of(ind.out), kept;
   for (size_t i = 0; i < lines.size(); i++) {
