@@ -113,6 +113,7 @@ int Java2Htm::CPP_to_htm(int fNr) {
     safe_ut.close_FILE(&f, SRC, __LINE__);
   }
   web_sink sink(*this, fNr);
+  sink.file = real;
   // The implementation file beside a header: same path, another extension.
   std::string stem = fPath[fNr].substr(0, fPath[fNr].find_last_of('.'));
   for (const char* e : {".cpp", ".cc", ".cxx", ".c"}) {

@@ -49,7 +49,8 @@ long code_lines(const std::string& t) {
 
 void cpp_reader::fail_input(const char* what, size_t at) {
   errno = 0;
-  exut.fail(__LINE__, SRC, "User: %s in %s, line %i\n", what, src_.c_str(), line_at(at));
+  exut.fail(__LINE__, SRC, "User: %s in %s, line %i\n", what, (web_.file.empty() ? src_ : web_.file).c_str(),
+            line_at(at));
 }
 
 int cpp_reader::line_at(size_t at) const {
@@ -358,6 +359,7 @@ void cpp_reader::block_comment() {
 
 void cpp_reader::directive() {
   while (!out_.empty() && is_blank(out_.back())) out_.pop_back();
+  size_t hash = i_;
   size_t p = i_ + 1;
   while (p < t_.size() && is_blank(t_[p])) p++;  // "# x" is written "#x"
   size_t w = p;
@@ -386,6 +388,15 @@ void cpp_reader::directive() {
       (trim(rest).size() == 6 || !is_word_char(trim(rest)[6]))) {
     i_ = e;
     return skip_debug_block();
+  }
+  if (word == "ifdef" && starts(t_, w, " AFX_DATA\n#undef AFX_DATA")) {
+    i_ = eol(t_, eol(t_, w) + 1);  // both lines go, with the gap behind them
+    while (i_ + 1 < t_.size() && t_[i_ + 1] == '\n') i_++;
+    return;
+  }
+  if (word == "if" && starts(t_, hash, "#if _MSC_VER >=")) {
+    i_ = std::min(hash + 16, e);  // "#if _MSC_VER >= " goes
+    return;
   }
   if (word == "ifndef" && (rest.find("_h__") != std::string::npos || rest.find("_cxx__") != std::string::npos))
     guard_ = true;

@@ -64,6 +64,9 @@ struct cpp_sink {
   virtual bool included() { return false; }
   // Text for the embedded-SQL stream tables.xxx.
   virtual void sql(const std::string& text) {}
+  // The file's name in failure reports, when it differs from the path the
+  // rows show.
+  std::string file;
 
   std::string page_head =
       "<!DOCTYPE HTML PUBLIC \"-//W3C//DTD HTML 4.0 Transitional//EN\">\n"

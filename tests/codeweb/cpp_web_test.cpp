@@ -56,3 +56,12 @@ TEST(CodeWebCpp, TwoRunsWriteTheSamePages) {
   EXPECT_EQ(first, cwtest::tree_of("src/j2h"));
   EXPECT_TRUE(has(first["0/2.htm"], "<a href=../0/1.htm>cpp</a>, ")) << first["0/2.htm"];
 }
+
+TEST(CodeWebCpp, AnUnbalancedIfInAHeadEndsTheRunNamingFileAndLine) {
+  TempDir t;
+  write_file("src/ok.h", "int a;\n");
+  write_file("src/bad one.cpp", "int a;\nvoid A::f(int a\n#ifdef X\n , int b\n) {\n}\n");
+  auto r = cwtest::run_j2h("src");
+  EXPECT_EQ(r.status, 1) << r.out;
+  EXPECT_TRUE(has(r.out, "an unbalanced #if inside a head in src/bad one.cpp, line 2")) << r.out;
+}
