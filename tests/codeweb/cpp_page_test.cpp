@@ -199,4 +199,40 @@ TEST(CppPage, AGeneratedFileTakesLinearTime) {
   EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count(), 5.0);
 }
 
+TEST(CppPage, ReindentAndTidyUp) {
+  // Bodies are re-indented by their braces; a level below 0 or 40 levels
+  // deep is reported once per file.
+  std::string in = "<pre>x\n{\n  a;\n{\n b;\n}\n}\n\n\n;\n}\n}\n\n<pre-tail";
+  testing::internal::CaptureStdout();
+  std::string out = cpp_reader::pretty(in, "f.cpp");
+  std::string printed = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(out, "<pre>x\n{\n    a;\n    {\n        b;\n    }\n}\n;\n}\n}\ntail");
+  EXPECT_EQ(printed, "\nBracket Error(-): f.cpp");
+  testing::internal::CaptureStdout();
+  cpp_reader::pretty("<pre>" + std::string(41, '{') + "\n<pre-", "g.cpp");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "\nBracket Error(+): g.cpp");
+  // A comment line goes under the comment of the code line above it.
+  EXPECT_EQ(cpp_reader::better("  x = 1;   <font class=co>// one</font>\n  <font class=co>// two</font>\n\n\n"
+                               "__ y\n\n, z"),
+            "  x = 1;   <font class=co>// one</font>\n           <font class=co>// two</font>\n\ny, z");
+}
+
+TEST(CppPage, RowsOfStaticsExceptionsMessageMapsAndSql) {
+  map_sink web;
+  std::string code = code_of(page(web,
+                                  "static int count;\nstatic char buf[10] = \"\";\nstatic void helper(int);\n"
+                                  "BEGIN_MESSAGE_MAP(CDlg, CDialog)\nEND_MESSAGE_MAP()\n"
+                                  "void CDlg::DoDataExchange(CDataExchange* p)\n{\n  DDX_Text(p, 1, m_s);\n"
+                                  "  throw new CUserException(\"bad input\");\n  EXEC SQL SELECT a\n FROM t;\n}\n"));
+  std::map<std::string, std::string> statics(web[ctree::statics]);
+  EXPECT_EQ(statics, (std::map<std::string, std::string>{
+                         {"count~1/3.htm#1", ""}, {"buf~1/3.htm#2", ""}, {"helper~1/3.htm#3", ""}}));
+  EXPECT_TRUE(has(code, "<a name=1></a><font class=kw>static </font>int count;")) << code;
+  EXPECT_EQ(web[ctree::exceptions].count("CUserException(\"bad input\"~1/3.htm#5"), 1u);
+  EXPECT_EQ(web[ctree::msgMaps].count("1/3.htm"), 1u);
+  EXPECT_EQ(web[ctree::ddxFiles].count("1/3.htm"), 1u);
+  EXPECT_EQ(web.dialogCode, web.neLoCode);
+  EXPECT_EQ(web.sql_text, "\n p .. x.cpp [1/3.htm#6]\n\nEXEC SQL SELECT a\n FROM t;\n\n");
+}
+
 }  // namespace
