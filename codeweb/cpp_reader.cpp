@@ -185,6 +185,19 @@ void cpp_reader::line_start() {
   size_t p = i_;
   while (p < t_.size() && is_blank(t_[p])) p++;
   if (p >= t_.size() || !top_level() || p != i_) return;
+  if (starts(t_, p, "EJECT")) {  // a listing's page break
+    i_ = eol(t_, p);
+    return;
+  }
+  if (starts(t_, p, "__")) {  // "__" or "___" before white space is blanked
+    size_t q = p;
+    while (q < t_.size() && t_[q] == '_') q++;
+    if (q - p <= 3 && q < t_.size() && (is_blank(t_[q]) || t_[q] == '\n')) {
+      out_.append(q - p, ' ');
+      i_ = q;
+      return;
+    }
+  }
   char c = t_[p];
   if (!(is_word_char(c) || c == '~' || c == ':' || c == '[')) return;
   for (const char* w : {"struct ", "union ", "enum ", "template "}) {

@@ -52,13 +52,16 @@ TEST(CppPage, HiddenTextIsLeftOutAndCounted) {
   std::string p = page(web,
                        "/* the file's banner\n * (c) someone */\n#include \"x.h\"\nvoid A::f()\n{\n"
                        "  ASSERT(a > 0 &&\n         b);\n\n  _ASSERT(c);\n  VERIFY(d);\n}\n"
-                       "// ----- a house-style banner\nint g;\n// -- kept\n//## generated\n// and its tail\nint h;\n");
+                       "// ----- a house-style banner\nint g;\n// -- kept\n//## generated\n// and its tail\nint h;\n"
+                       "#ifdef AFX_DATA\n#undef AFX_DATA\n\nEJECT page\n__ int k;\n");
   std::string code = code_of(p);
   EXPECT_FALSE(has(p, "ASSERT(")) << code;
   EXPECT_FALSE(has(p, "banner")) << code;
   EXPECT_FALSE(has(p, "generated") || has(p, "its tail")) << code;
   EXPECT_TRUE(has(code, "// -- kept")) << code;
   EXPECT_TRUE(has(code, "VERIFY(d);")) << code;
+  EXPECT_FALSE(has(code, "AFX_DATA") || has(code, "EJECT")) << code;
+  EXPECT_TRUE(has(code, "\nint h;\n\n   int k;\n")) << code;
   EXPECT_EQ(web.includes, std::vector<std::string>{"#include \"x.h\""});
   // The file comment, two ASSERTs, one banner line, two generated lines.
   EXPECT_EQ(web.LoHiddenComm, 6);
