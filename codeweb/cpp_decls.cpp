@@ -65,6 +65,38 @@ std::string remove_spaces(const std::string& s) {
   return r;
 }
 
+// The name of a class head (the text between "class" and "{"): the last
+// word before a ":" of the bases, with its "<...>" arguments; `*colon` is
+// that ":" (npos when there are no bases).
+std::string to_className(const std::string& head, size_t* colon) {
+  int angle = 0;
+  for (size_t k = 0; k < head.size(); k++) {
+    if (head[k] == '<') angle++;
+    else if (head[k] == '>' && angle > 0) angle--;
+    else if (head[k] == ':' && angle == 0) {
+      if (k + 1 < head.size() && head[k + 1] == ':') {
+        k++;
+        continue;
+      }
+      *colon = k;
+      break;
+    }
+  }
+  std::string np = trim(head.substr(0, *colon));
+  if (np.size() > 6 && np.compare(np.size() - 6, 6, " final") == 0) np = trim(np.substr(0, np.size() - 6));
+  size_t k = np.size();
+  if (k > 0 && np[k - 1] == '>') {
+    int d = 0;
+    do {
+      d += np[k - 1] == '>' ? 1 : np[k - 1] == '<' ? -1 : 0;
+      k--;
+    } while (k > 0 && d > 0);
+    while (k > 0 && is_blank(np[k - 1])) k--;
+  }
+  while (k > 0 && is_word_char(np[k - 1])) k--;
+  return remove_spaces(np.substr(k));
+}
+
 }  // namespace
 
 bool cpp_reader::class_head() {
@@ -112,32 +144,7 @@ bool cpp_reader::class_head() {
     }
   }
   size_t colon = std::string::npos;
-  angle = 0;
-  for (size_t k = 0; k < head.size(); k++) {
-    if (head[k] == '<') angle++;
-    else if (head[k] == '>' && angle > 0) angle--;
-    else if (head[k] == ':' && angle == 0) {
-      if (k + 1 < head.size() && head[k + 1] == ':') {
-        k++;
-        continue;
-      }
-      colon = k;
-      break;
-    }
-  }
-  std::string np = trim(head.substr(0, colon));
-  if (np.size() > 6 && np.compare(np.size() - 6, 6, " final") == 0) np = trim(np.substr(0, np.size() - 6));
-  size_t k = np.size();
-  if (k > 0 && np[k - 1] == '>') {
-    int d = 0;
-    do {
-      d += np[k - 1] == '>' ? 1 : np[k - 1] == '<' ? -1 : 0;
-      k--;
-    } while (k > 0 && d > 0);
-    while (k > 0 && is_blank(np[k - 1])) k--;
-  }
-  while (k > 0 && is_word_char(np[k - 1])) k--;
-  std::string name = remove_spaces(np.substr(k));
+  std::string name = to_className(head, &colon);
   if (name.empty() || !is_word_char(name[0])) return false;
   int a = ++anchor_;
   int nr = web_.name_nr(name);

@@ -130,6 +130,35 @@ std::vector<param_row> param_rows(const std::string& p) {
   return rows;
 }
 
+// Where the head behind "template <...>" begins (the position itself when
+// no template stands there); npos when the parameter list does not close.
+size_t behind_template(const std::string& t, size_t p) {
+  if (!starts(t, p, "template") || p + 8 >= t.size() || !(t[p + 8] == '<' || is_blank(t[p + 8]))) return p;
+  size_t q = t.find('<', p);
+  int d = 0;
+  for (; q < t.size() && q < p + cpp_reader::look_ahead; q++) {
+    if (t[q] == '<') d++;
+    if (t[q] == '>' && --d == 0) break;
+    if (t[q] == ';' || t[q] == '{') return std::string::npos;
+  }
+  if (q >= t.size() || d != 0) return std::string::npos;
+  for (q++; q < t.size() && (is_blank(t[q]) || t[q] == '\n');) q++;
+  return q;
+}
+
+// A parameter list of a head holds none of ";|'\"+[", and "." and "-" only
+// in "..." and "->".
+bool plain_params(const std::string& plain) {
+  for (size_t k = 0; k < plain.size(); k++) {
+    char c = plain[k];
+    if (c == ';' || c == '|' || c == '\'' || c == '"' || c == '+' || c == '[') return false;
+    if (c == '.' && !starts(plain, k, "...")) return false;
+    if (c == '.') k += 2;
+    if (c == '-' && !starts(plain, k, "->")) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 std::string cpp_reader::ourVers(cpp_sink& web, ctree tree, const std::string& name, const std::string& data) {
@@ -147,20 +176,8 @@ std::string cpp_reader::ourVers(cpp_sink& web, ctree tree, const std::string& na
 }
 
 bool cpp_reader::method_head() {
-  size_t p = i_, from = p;
-  if (starts(t_, p, "template") && p + 8 < t_.size() && (t_[p + 8] == '<' || is_blank(t_[p + 8]))) {
-    // A template's head is read behind its parameter list.
-    size_t q = t_.find('<', p);
-    int d = 0;
-    for (; q < t_.size() && q < p + look_ahead; q++) {
-      if (t_[q] == '<') d++;
-      if (t_[q] == '>' && --d == 0) break;
-      if (t_[q] == ';' || t_[q] == '{') return false;
-    }
-    if (q >= t_.size() || d != 0) return false;
-    p = from = q + 1;
-    while (p < t_.size() && (is_blank(t_[p]) || t_[p] == '\n')) p = ++from;
-  }
+  size_t p = behind_template(t_, i_), from = p;
+  if (p == std::string::npos) return false;
   if (schema(t_, p)) return false;
   if (starts(t_, p, "STDMETHODIMP_(") || starts(t_, p, "STDMETHOD_(")) {
     size_t c = t_.find(')', p);
@@ -210,14 +227,7 @@ bool cpp_reader::method_head() {
   if (ifs != 0) fail_input("an unbalanced #if inside a head", paren);
   if (directives) return false;
   std::string params = t_.substr(paren + 1, close - paren - 1);
-  std::string plain = uncommented(params);
-  for (size_t k = 0; k < plain.size(); k++) {
-    char c = plain[k];
-    if (c == ';' || c == '|' || c == '\'' || c == '"' || c == '+' || c == '[') return false;
-    if (c == '.' && !starts(plain, k, "...")) return false;
-    if (c == '.') k += 2;
-    if (c == '-' && !starts(plain, k, "->")) return false;
-  }
+  if (!plain_params(uncommented(params))) return false;
   std::string rest = t_.substr(close + 1, end - close - 1);
   std::string r = trim(uncommented(rest));
   if (!(r.size() > 0 && r[0] == ':') && r.find_first_of(".|\"") != std::string::npos) return false;
