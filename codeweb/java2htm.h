@@ -18,6 +18,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -146,6 +147,36 @@ class Java2Htm : public ut_web {
   // Phase 13: cpp.htm, cs.htm, cpps.htm and a page <nr2>.htm per file of
   // kind 5; ends with show_the_CPP_includes.
   void phase13_cpp();
+  // The page of file `fNr` (kind 5); a ".cs" file waits for the C# reader.
+  int CPP_to_htm(int fNr);
+  // Rows the C and C++ reader enters (page = "<n/100>/<n%100>"):
+  //  cppsecs   "<class>" -> "c<page>.htm#<anchor>" at a class head (the
+  //            first head wins) and "<class> :: <method>[ . <v>]" ->
+  //            "m<page>.htm#<anchor>" at a method head; the class part of a
+  //            method key has no "<...>" arguments.
+  //  superClasses "<class>~<base>" -> "-- class"; nameNr through defNameNr.
+  //  codef     "<function>" -> "p cob/../<page>.htm#<anchor>", the file's
+  //            base name -> "p <page>.htm"; cobDefs "p .. <function>" ->
+  //            "<page>.htm#<anchor>~<path>".
+  Btree defines;       // macro name (" . 2" ...) -> "<page>.htm#<anchor>"
+  //  types     typedef name -> "<page>.htm#<anchor>" (the tree of the
+  //            class maps below, which adds the classes)
+  Btree cobDefs;       // "p .. <name>" -> "<page>.htm#<anchor>~<path>"
+  Btree methodRows;    // "<class> :: <method> : <path>~<page>.htm#<anchor>"
+  Btree cppMains;      // "<page>.htm#<anchor>" -> "main <entity>"
+  // Made on first use; null when the tree has no rows.
+  std::unique_ptr<Btree> statics;     // "<name>~<page>.htm#<anchor>"
+  std::unique_ptr<Btree> dlls;        // "<NAME>.DLL~<page>.htm#<anchor>"
+  std::unique_ptr<Btree> exceptions;  // "<word>(\"<text>\"~<page>.htm#<anchor>"
+  std::unique_ptr<Btree> msgMaps;     // "<page>.htm" of a file with a message map
+  std::unique_ptr<Btree> ddxFiles;    // "<page>.htm" of a file with DDX code
+  long cppNeLoCode = 0;     // neLoCode of the C and C++ pages
+  long LoHiddenComm = 0;    // comment lines and ASSERTs left out
+  long dialogNeLoCode = 0;  // neLoCode of files with a message map or DDX
+  long cppSelected = 0;     // bytes of the files whose path holds the selection
+  long cppBytes = 0;        // bytes of all C and C++ files read
+  int cppCount = 0;         // C and C++ files read
+  std::set<std::string> cppDone;     // lower-case paths already read
   // ============================= end of C and C++ pages
 
   // ============================= VB pages, SQL and ERD pages (vb_pages.cpp, erd_pages.cpp)
