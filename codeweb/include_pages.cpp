@@ -121,17 +121,23 @@ void Java2Htm::fdep_above(int n) {
   close_page(f);
 }
 
-void Java2Htm::show_incsMe_Relation() {
-  if (safe_ut.ok_is_a("incsMe") == 'f') {
-    // The previous run's relation is kept beside the new one.
-    if (j2h.find('"') == std::string::npos) {
-      snprintf(comm_buf, sizeof comm_buf, "copy incsMe \"%s\"", j2h.c_str());
-      safe_ut.system(comm_buf);
-    } else {
-      safe_ut.copy_file((j2h + "/incsMe").c_str(), "incsMe");
-    }
+void Java2Htm::copy_incsMe() {
+  if (j2h.find('"') == std::string::npos) {
+    snprintf(comm_buf, sizeof comm_buf, "copy incsMe \"%s\"", j2h.c_str());
+    safe_ut.system(comm_buf);
+  } else {
+    safe_ut.copy_file((j2h + "/incsMe").c_str(), "incsMe");  // a quote cannot be passed as one word
   }
+}
+
+void Java2Htm::show_incsMe_Relation() {
+  // <j2h>/incsMe keeps the relation of the previous run in this folder;
+  // the first run keeps its own, so that two runs over the same sources
+  // leave the same web.
+  bool previous = safe_ut.ok_is_a("incsMe") == 'f';
+  if (previous) copy_incsMe();
   incsMe.to_file("incsMe");
+  if (!previous) copy_incsMe();
   safe_ut.ensure_dir((j2h + "/bo").c_str());
   dir_with_css(j2h + "/bf");
   FILE* f = open_page(j2h + "/fdep.htm", "Dependencies via Include Relation");

@@ -122,6 +122,7 @@ class Java2Htm : public ut_web {
   void inc_group(FILE* list, const char* kind, int included, const std::vector<int>& users, int pageNr);
   std::string inc_link(int from, int to) const;
   void fdep_above(int n);
+  void copy_incsMe();
   void put_incs_of_file(FILE* to, int depth, const std::string& path, Btree* tree, const char* pattern,
                         const char* kind);
  public:

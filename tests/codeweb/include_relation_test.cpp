@@ -304,6 +304,10 @@ TEST(IncludeRelation, WholeRunWritesTheReportPages) {
   EXPECT_TRUE(has(read_file("src/j2h/notfound.htm"), "Includes not found "));
   EXPECT_TRUE(has(read_file("src/j2h/fdep.htm"), "Dependencies via Include Relation"));
   EXPECT_TRUE(file_exists("incsMe"));
+  EXPECT_TRUE(file_exists("src/j2h/incsMe"));
+  // A later run keeps the relation of the run before it.
+  write_file("incsMe", "\n~/1=2~~");
   cwtest::build("src");
-  EXPECT_TRUE(file_exists("src/j2h/incsMe"));  // the previous run's relation
+  EXPECT_EQ(read_file("src/j2h/incsMe"), "\n~/1=2~~");
+  EXPECT_EQ(read_file("incsMe"), "");
 }
