@@ -66,7 +66,9 @@ void Java2Htm::inc_group(FILE* list, const char* kind, int included, const std::
       exut.fail(__LINE__, SRC, "Assertion: an include edge names no file");
     }
     std::string t = asp ? "asp" + std::to_string(u) : nr2(u);
-    fprintf(f, "\n<br><a href=../%s.htm>%s</a>", t.c_str(), html_text(shown(fReal[u])).c_str());
+    std::string label = shown(fReal[u]);
+    if (!label.empty() && label[0] == '/') label.erase(0, 1);
+    fprintf(f, "\n<br><a href=../%s.htm>%s</a>", t.c_str(), html_text(label).c_str());
   }
   close_page(f);
 }
