@@ -210,6 +210,7 @@ void Java2Htm::make_htm_dir(const char* exe_, const char* root_arg, const char* 
   phase13_cpp();                                                             // 13 C, C++, C#
   phase14_class_pages();                                                     // 14
   phase15_types();                                                           // 15
+  show_notFound();
   phase16_ourDoc();
   phase17_overview();
   ADD_inc_structure();                                                       // 18

@@ -57,16 +57,76 @@ class Java2Htm : public ut_web {
   int srcfile(int line, const char* path, int kind);
 
   // ============================= include relation (include_relation.cpp)
+  // Names are resolved without search paths, against the tails of the
+  // paths the walk registered.  Keys are lower case; files are opened by
+  // the real spelling the file table keeps.
+  //
   // The tails of a path registered for make_path; called by the walk for
-  // every taken file that is not Java.
+  // every taken file that is not Java.  A tail met a second time loses its
+  // path (it is ambiguous from then on).
   void to_incNames(const std::string& path);
   // The HTML that stands on a C or C++ page in place of one "#include"
   // directive of file `fNr` (`directive` is the raw line from "#include"
   // to its end, without the line end).  Records the include edge.
   std::string cpp_include(int fNr, const std::string& directive);
   void show_the_CPP_includes();   // end of phase 13
+  void show_the_JSP_includes();   // JSP reader, after its pages
+  void show_the_ASP_includes();   // ASP reader, after its pages
   void ADD_inc_structure();       // phase 18
   void show_incsMe_Relation();    // phase 18
+  void show_notFound();           // phase 15: notfound.htm
+  // The include index keys "=<n>=<path>" and "=<n>=<base name>" of a page
+  // that a reader writes (the structure is appended to it in phase 18).
+  void inc_index(int fNr);
+  // Resolves include `name` of the file `from` (real path): a unique tail,
+  // else the folders of `from` upward to the root, else any C or C++ file
+  // ending in "/<name>".  `out` gets the lower-case path, or "" when nothing
+  // fits (the name then goes to notFound).  A name with a comma is a failure.
+  bool make_path(const std::string& from, std::string& out, const std::string& name);
+  // "<root>/include/<name>" into `out`; 1 when that is a file.
+  int make_path_to_basis(const std::string& base, std::string& out, const std::string& name);
+  // The edge includer -> included; none from a file to itself.
+  void to_INCs(int included, int includer);
+  // " : <a href=../<nr2>.htm>cpp</a>" when an implementation file with the
+  // stem of `path` is numbered; "" otherwise or when `shown` names one.
+  std::string add_refcpp(const std::string& path, const std::string& shown);
+  // The include tree of a JSP or ASP file, nesting level 0..4; returns the
+  // deepest level written.  `tree` maps known paths to their page names.
+  int put_incs(FILE* out, int depth, const std::string& path, Btree* tree, const char* pattern, const char* kind);
+  // The real spelling of a lower-case path key ("" when there is no file).
+  std::string real_of(const std::string& key);
+
+  struct inc_tree : Btree {
+    explicit inc_tree(const char* n) {
+      name = n;
+      quiet = 1;
+      init(nullptr, 0);
+    }
+  };
+  inc_tree incs{"incs"};          // tail -> lower-case path, "" when ambiguous
+  inc_tree incNames{"incNames"};  // "=<n>=<text>", ">%i=%i" includer, included
+  inc_tree incsMe{"incsMe"};      // "/<root>=<n>", "><n>=<root>" (numbers)
+  inc_tree cppIncludes{"cppIncludes"}, jspIncludes{"jspIncludes"}, aspIncludes{"aspIncludes"};
+  inc_tree notFound{"notFound"};  // include names without a file
+  inc_tree incFiles{"incFiles"};  // path -> cached text in tempNr
+  int maxDepth = 0;               // deepest include level seen
+  // Rows of the include structure beyond this nesting are not expanded:
+  // bounds the work of deep chains (a chain of n files would otherwise
+  // write n^3 indents).
+  static constexpr int max_inc_depth = 64;
+ private:
+  std::string lastReal;           // real spelling of make_path's last result
+  int incTexts = 0;               // cached texts in tempNr
+  std::unique_ptr<Btree> incVisited;  // paths put_incs has read
+  int show_INCs(FILE* out, int root, Btree& seen);
+  void show_includes(Btree& tree, const char* kind, const char* title, const char* file);
+  void inc_group(FILE* list, const char* kind, int included, const std::vector<int>& users, int pageNr);
+  std::string inc_link(int from, int to) const;
+  void fdep_above(int n);
+  void copy_incsMe();
+  void put_incs_of_file(FILE* to, int depth, const std::string& path, Btree* tree, const char* pattern,
+                        const char* kind);
+ public:
   // ============================= end of include relation
   int cfNr = 0;                      // files known so far
   std::vector<std::string> fPath;    // path (key) by number
