@@ -48,6 +48,23 @@ std::string base_name(const std::string& path) {
 
 }  // namespace
 
+// A name that would stand for an anchor of the page's own: the fixed ones,
+// numbers, and the anchors of calls and case labels.
+bool vb_reader::own_anchor(const std::string& name) {
+  for (const char* f : {"top", "eof", "public", "sub"})
+    if (name == f) return true;
+  size_t d = name.find_first_of("0123456789");
+  if (d == std::string::npos || name.find_first_not_of("0123456789", d) != std::string::npos) return false;
+  std::string front = name.substr(0, d);
+  return front.empty() || front == "mB" || front == "cr" || front == "ex" || front == "c";
+}
+
+// The anchor of a Dim or Class name: the name itself, unless the page uses
+// it for an anchor of its own.
+std::string vb_reader::name_anchor(const std::string& name) {
+  return own_anchor(name) ? next_number_anchor() : name;
+}
+
 size_t vb_reader::line_end(size_t from) const {
   size_t e = t_.find('\n', from);
   return e == std::string::npos ? t_.size() : e;
@@ -128,10 +145,12 @@ void vb_reader::class_line() {
   }
   module_ += ", Class " + name;
   out_ += "<a name=" + next_number_anchor() + "></a><font class=\"co\">" + escaped(module_) + ":</font>\n\n";
-  if (!dims_.count(name)) out_ += "<a name=" + name + "></a>";
+  if (!dims_.count(name)) {
+    dims_[name] = name_anchor(name);
+    out_ += "<a name=" + dims_[name] + "></a>";
+  }
   out_ += "<font size=+0><a href=\"#eof\">Class " + name + "</a></font>";
-  dims_[name] = true;
-  members.push_back({"Class " + name, name, module_});
+  members.push_back({"Class " + name, dims_[name], module_});
   table_["Class " + name + " -- " + path_ + " -- " + module_] = members.size() - 1;
   i_ = p;
   rest_of_line();
@@ -148,9 +167,9 @@ void vb_reader::dim_line() {
   }
   out_ += "Dim  ";
   if (!dims_.count(name)) {
-    out_ += "<a name=" + name + "></a>";
-    dims_[name] = true;
-    members.push_back({"Dim " + name, name, module_});
+    dims_[name] = name_anchor(name);
+    out_ += "<a name=" + dims_[name] + "></a>";
+    members.push_back({"Dim " + name, dims_[name], module_});
     table_["Dim " + name + " -- " + path_ + " -- " + module_] = members.size() - 1;
   }
   out_ += "<font size=+0><a href=\"#eof\">" + name + "</a></font> ";
@@ -235,6 +254,15 @@ bool vb_reader::member_head() {
     }
   }
   if (w.empty()) return false;  // "Public" alone, or followed by no name
+  write_head(decl, kind, w, p, q);
+  return true;
+}
+
+// The head from the line's first word up to `name_at`, the name `w` up to
+// `name_end`, and the rest of the line.
+void vb_reader::write_head(std::string decl, const char* kind, const std::string& w, size_t name_at,
+                           size_t name_end) {
+  size_t p = name_at, q = name_end;
   size_t e = line_end(i_);
   if (e - i_ > max_head) {
     exut.show_int("zz", (int)max_head);
@@ -260,7 +288,6 @@ bool vb_reader::member_head() {
   i_ = q;
   skip_blanks(t_, i_);
   rest_of_line();
-  return true;
 }
 
 void vb_reader::reset() {

@@ -4,7 +4,8 @@
 // The scan goes line by line.  At the left margin it knows "file:" (a new
 // module of a concatenation: its name is the module's title), "Class" and
 // "Dim" (a member with the name as anchor; a name already anchored on the
-// page gets no second anchor).  As the first word of a statement it knows a
+// page gets no second anchor; a name like an anchor of the page's own, say
+// "eof" or "mB1", is anchored by a number instead).  As the first word of a statement it knows a
 // member head: "Public", "Private", "Global" (and "Friend", read as
 // "Public"), "Function", "Sub" and "Property" ("Property Get x" is read as a
 // function of that name); a head without a visibility is shown with
@@ -63,6 +64,7 @@ class vb_reader {
   void class_line();
   void dim_line();
   bool member_head();
+  void write_head(std::string decl, const char* kind, const std::string& w, size_t name_at, size_t name_end);
   void case_label_at(size_t word_end);
   void rest_of_line();
   void comment(size_t from);
@@ -70,6 +72,8 @@ class vb_reader {
   void word();
   std::string next_number_anchor() { return std::to_string(++anchors_); }
   size_t line_end(size_t from) const;
+  static bool own_anchor(const std::string& name);
+  std::string name_anchor(const std::string& name);
   std::string module_table() const;
 
   const ut_web& frame_;
@@ -80,7 +84,7 @@ class vb_reader {
   std::string module_;      // title of the module in hand
   int line_nr_ = 0;
   int anchors_ = 0;         // numbered anchors of heads, modules, classes
-  std::map<std::string, bool> dims_;  // names anchored by Dim or Class
+  std::map<std::string, std::string> dims_;  // names of Dim or Class -> their anchor
   // "%s -- %s -- %s" of member, path and module -> index into members
   std::map<std::string, size_t> table_;
 };

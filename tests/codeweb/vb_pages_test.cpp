@@ -97,6 +97,10 @@ TEST(VbReader, BadInputGivesAPageOrTheReport) {
   for (int i = 0; i < 1000000; i++) big += i % 1000 == 0 ? "\nfile: m" + std::to_string(i) + ".bas" : "\nx = 1";
   page q(big);
   EXPECT_EQ(count_of(q.text, "<font class=\"co\">file: "), 1000);
+  // Names that look like the page's own anchors are anchored by number.
+  page names("Dim eof\nDim mB1\nclass c1\nDim 7\nSub s()\n  MsgBox 1\n  Select Case 1\n  Case 1\n");
+  for (const char* a : {"<a name=eof>", "<a name=mB1>", "<a name=c1>", "<a name=1>"})
+    EXPECT_EQ(count_of(names.text, a), 1) << a << names.text;
   std::string report = failure_of([] { page r("Public Function F(" + std::string(9000, 'a') + ")\n"); });
   EXPECT_TRUE(has(report, "app/Mod1.bas")) << report;
 }

@@ -23,6 +23,7 @@ secs=${1:-30}
 all=(rbuffer_fuzz clean_fuzz link_check_fuzz wconf_fuzz btree_file_fuzz btree_ops_fuzz
      cards_fuzz sections_fuzz profile_fuzz sort_fuzz hotspots_fuzz topic_search_fuzz j2h_root_fuzz
      java_reader_fuzz code_tidy_fuzz)
+all+=(vb_reader_fuzz erd_reader_fuzz)
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || targets=("${all[@]}")
 build=${BRELMOT_FUZZ_BUILD:-$src/build-fuzz}
@@ -68,6 +69,8 @@ seeds_of() {
     topic_search_fuzz) ls -d "$src"/tests/fuzz/seeds/topic_search/* ;;
     j2h_root_fuzz) ls -d "$src"/tests/fuzz/seeds/j2h_root/* ;;
     java_reader_fuzz|code_tidy_fuzz) ls -d "$src"/tests/fuzz/seeds/java_reader/* ;;
+    vb_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/vb_reader/* ;;
+    erd_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/erd_reader/* ;;
   esac 2>/dev/null || true
 }
 
