@@ -162,14 +162,16 @@ std::string sql_page(const ut_web& frame, const std::string& text, const std::st
 
 // ------------------------------------------------------------ the pages
 
+// The control files are found in any letter case (a tree copied from
+// Windows may hold OUR_ERD.A).
 void Java2Htm::ERD_to_htm() {
-  std::string file = root + "/our_ERD.a";
+  std::string file = safe_ut.real_name((root + "/our_ERD.a").c_str());
   if (safe_ut.ok_is_a(file.c_str()) != 'f') return;
   safe_ut.write_text((j2h + "/er1.htm").c_str(), erd_page(*this, safe_ut.read_text(file.c_str()), file));
 }
 
 void Java2Htm::SQL_to_htm() {
-  std::string file = root + "/our_ERD.sql";
+  std::string file = safe_ut.real_name((root + "/our_ERD.sql").c_str());
   if (safe_ut.ok_is_a(file.c_str()) != 'f') return;
   safe_ut.write_text((j2h + "/sql.htm").c_str(), sql_page(*this, safe_ut.read_text(file.c_str()), file));
 }

@@ -89,7 +89,7 @@ TEST(ErdPages, PagesInTheWeb) {
   EXPECT_FALSE(file_exists("src/j2h/sql.htm"));  // the link stays broken, as it is
   EXPECT_TRUE(has(read_file("src/j2h/docu.htm"), "\n, <a href=er1.htm>ERD</a>"));
 
-  write_file("src/our_ERD.sql", sql);
+  write_file("src/OUR_ERD.SQL", sql);  // found in any letter case
   write_file("src/er1.htm", "<html>own ERD</html>\n");
   build("src");
   EXPECT_TRUE(has(read_file("src/j2h/sql.htm"), "goto ERD"));
