@@ -172,10 +172,9 @@ void Java2Htm::phase17_overview() {
                                          {"COBOL", "cobp.htm"}};
   for (auto& v : views) d += std::string("\n, <a href=") + v[1] + ">" + v[0] + "</a>";
   d += "\n<br><br><a href=class.htm>Classes</a>\n, <a href=roots.htm>Roots</a>\n, <a href=types.htm>Types</a>";
-  if (safe_ut.ok_is_a((root + "/er1.htm").c_str()) == 'f') {
-    safe_ut.copy_file((j2h + "/er1.htm").c_str(), (root + "/er1.htm").c_str());
-    d += "\n, <a href=er1.htm>ERD</a>";
-  }
+  if (safe_ut.ok_is_a((root + "/er1.htm").c_str()) == 'f') copy_er1();
+  // The entry shows the page written from our_ERD.a as well as a copied one.
+  if (safe_ut.ok_is_a((j2h + "/er1.htm").c_str()) == 'f') d += "\n, <a href=er1.htm>ERD</a>";
   if (safe_ut.ok_is_a("xx_ALL.htm") == 'f') {
     safe_ut.copy_file((j2h + "/UML.htm").c_str(), "xx_ALL.htm");
     d += "\n, <a href=UML.htm>UML</a>, <a href=meter.htm>Metrics</a>";

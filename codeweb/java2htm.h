@@ -243,6 +243,7 @@ class Java2Htm : public ut_web {
   void phase11_vb();   // bas.htm, a page per VB file, subs.htm, mBox.htm, crOb.htm, exec.htm, case.htm
   void ERD_to_htm();   // <root>/our_ERD.a -> er1.htm
   void SQL_to_htm();   // <root>/our_ERD.sql -> sql.htm
+  void copy_er1();     // phase 17: <root>/er1.htm over <j2h>/er1.htm, with UMLDesComp
   // ============================= end of VB, SQL and ERD pages
 
   // The Java stop set, filled in phase 3.

@@ -23,6 +23,7 @@ secs=${1:-30}
 all=(rbuffer_fuzz clean_fuzz link_check_fuzz wconf_fuzz btree_file_fuzz btree_ops_fuzz
      cards_fuzz sections_fuzz profile_fuzz sort_fuzz hotspots_fuzz topic_search_fuzz j2h_root_fuzz
      java_reader_fuzz code_tidy_fuzz call_relation_fuzz cpp_reader_fuzz include_relation_fuzz)
+all+=(vb_reader_fuzz erd_reader_fuzz)
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || targets=("${all[@]}")
 build=${BRELMOT_FUZZ_BUILD:-$src/build-fuzz}
@@ -71,6 +72,8 @@ seeds_of() {
     call_relation_fuzz) ls -d "$src"/tests/fuzz/seeds/call_relation/* ;;
     cpp_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/cpp_reader/* ;;
     include_relation_fuzz) ls -d "$src"/tests/fuzz/seeds/include_relation/* ;;
+    vb_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/vb_reader/* ;;
+    erd_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/erd_reader/* ;;
   esac 2>/dev/null || true
 }
 
