@@ -87,7 +87,7 @@ struct web_sink : cpp_sink {
 const char* const cpp_entries[][2] = {
     {"cpps.htm", "Files"},          {"class.htm", "Class Maps"},   {"funcs.htm", "Functions"},
     {"types.htm", "Types"},         {"defines.htm", "Macros"},     {"cppmains.htm", "main()"},
-    {"fdep.htm", "Include Dependencies"}, {"rufA.htm", "Calls"},
+    {"fdep.htm", "Include Dependencies"}, {"inc/incs_cpp.htm", "Includes"}, {"rufA.htm", "Calls"},
     {"DLLs.htm", "DLL Loads"},      {"exps.htm", "Exceptions"},    {"stat.htm", "Statics"}};
 const char* const cs_entries[][2] = {
     {"csfs.htm", "Files"}, {"class.htm", "Class Maps"}, {"funcs.htm", "Functions"}};
@@ -112,6 +112,7 @@ int Java2Htm::CPP_to_htm(int fNr) {
     safe_ut.write_FILE(f, text.data(), (long)text.size());
     safe_ut.close_FILE(&f, SRC, __LINE__);
   }
+  inc_index(fNr);
   web_sink sink(*this, fNr);
   sink.file = real;
   // The implementation file beside a header: same path, another extension.

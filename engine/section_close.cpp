@@ -285,10 +285,11 @@ void ut_htm::cross_link() {
 }
 
 void ut_htm::load_to_code() {
-  if (to_code_loaded) return;
-  to_code_loaded = true;
+  // The first cut of a build runs before the code web exists: the table
+  // is read by the first cut that finds it.
   const char* file = "xs/index/to_code";
-  if (safe_ut.ok_is_a(file) != 'f') return;
+  if (to_code_loaded || safe_ut.ok_is_a(file) != 'f') return;
+  to_code_loaded = true;
   std::string t = safe_ut.read_text(file);
   size_t at = 0;
   while (at < t.size()) {

@@ -210,7 +210,7 @@ class ut_htm : public ut_htmst {
   // that the tree `to_code` knows; nothing when it is empty.
   void code_links(FILE* out, const char* title);
   // Loads xs/index/to_code (lines "~class~page~" that the code web wrote)
-  // into `to_code`, once per run; a missing file leaves the tree empty.
+  // into `to_code`, once it exists; until then the tree stays empty.
   void load_to_code();
   bool to_code_loaded = false;
   // Prints the references that stayed open; returns their count.

@@ -137,3 +137,27 @@ TEST(SampleWeb, PictureListsAndTheFirstFootnote) {
 }
 
 }  // namespace
+
+// A documented class and a C++ class of the code root find each other: the
+// section page of "Class Customer" links to the class map in the code web,
+// and the map links back to that section page.
+TEST(SampleWeb, DocumentedClassAndItsClassMapLinkEachOther) {
+  testutil::TempDir tmp;
+  auto r = build_sample();
+  ASSERT_EQ(r.status, 0) << r.out.substr(r.out.size() > 3000 ? r.out.size() - 3000 : 0);
+  std::string section = page_with(4, "\">Customer</a></h3");
+  size_t code = section.find("[<a href=../j2h/m/");
+  ASSERT_NE(code, std::string::npos) << section;
+  ASSERT_TRUE(has(section.substr(code, 200), "Customer")) << section;
+  std::string map = section.substr(code + 16, section.find(">", code) - code - 16);
+  std::string mapPage = read_file("xs_Sample/j2h/" + map);
+  EXPECT_TRUE(has(mapPage, ">Customer</a></font>")) << mapPage;
+  size_t back = mapPage.find(">See also class documentation.</a>");
+  ASSERT_NE(back, std::string::npos) << mapPage;
+  size_t href = mapPage.rfind("<a href=../../4/", back);
+  ASSERT_NE(href, std::string::npos) << mapPage;
+  std::string target = mapPage.substr(href + 16, mapPage.find('#', href) - href - 16);
+  EXPECT_TRUE(has(read_file("xs_Sample/4/" + target), "Customer")) << target;
+  // The base class in another folder is on the map, one level in.
+  EXPECT_TRUE(has(mapPage, "<br><br>. &nbsp; <a href=../")) << mapPage;
+}
