@@ -283,6 +283,7 @@ void Btree::to_memory_overflow() {
   }
   create_file();
   temporary = 1;
+  no_view = 1;
   memory_ = false;
   slot_of_.assign(e_cache, -1);
   for (int s = 0; s < e_cache; s++) {
