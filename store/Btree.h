@@ -13,7 +13,9 @@
 // file, the file is also seen through a shared view in memory: a page comes
 // into the cache by a copy from the view, goes back by a copy into it, and a
 // data page that a lookup or an iteration only reads is used where it lies in
-// the view, taking no slot.
+// the view, taking no slot.  A tree that outgrew its cache into a temporary
+// file has no view: its pages come and go by reads and writes, so that the
+// process holds no more of it than its cache, however large it grows.
 #pragma once
 
 #include <cstddef>
