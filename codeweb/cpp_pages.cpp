@@ -164,5 +164,7 @@ void Java2Htm::phase13_cpp() {
           (unsigned)rows.size(), (unsigned)cppNeLoCode, (unsigned)LoHiddenComm, percent,
           (unsigned)((selection.empty() ? cppBytes : cppSelected) / 1000));
   safe_ut.close_FILE(&f, SRC, __LINE__);
+  clock.step("13 C and C++ pages");
   show_the_CPP_includes();
+  clock.step("include relation");
 }

@@ -180,8 +180,10 @@ void Java2Htm::phase17_overview() {
     d += "\n, <a href=UML.htm>UML</a>, <a href=meter.htm>Metrics</a>";
   }
   if (safe_ut.ok_is_a((root + "/alles_dep").c_str()) == 'f') d += "\n, <a href=MoDep.htm>Modules</a>";
+  clock.step("16-17 overview");
   seeAufrufe();
   show_Aufrufe();
+  clock.step("call relation");
   d += "\n<br><br>Calls: <a href=rufA.htm>Callers</a>\n, <a href=rufe.htm>Calls</a>\n, <a href=ALLf.htm>Functions</a>"
        "\n<br><a href=fdep.htm>File Dependencies</a>\n, <a href=trus.htm>Traced</a>\n, <a href=notA.htm>Not Analysed</a>";
   d += "\n</font></BODY></HTML>\n";
@@ -202,8 +204,10 @@ void Java2Htm::sample_overview() {
       if (safe_ut.ok_is_a(from.c_str()) == 'f')
         safe_ut.copy_file((j2h + "/ex" + std::to_string(6 + i) + ".htm").c_str(), from.c_str());
     }
+  clock.step("16-17 overview");
   seeAufrufe();
   show_Aufrufe();
+  clock.step("call relation");
   write_htm_lists();
   close_jscr();
   std::string t = head;

@@ -193,8 +193,10 @@ void Java2Htm::make_htm_dir(const char* exe_, const char* root_arg, const char* 
   sample = safe_ut.ok_is_a((root + "/our_ERD.txt").c_str()) == 'f';          // phase 2
   dotRoot = root[0] == '.';
   date = safe_ut.today();
+  clock.step("1-2 arguments, alles_*");
   phase3_listing();
   phase4_walk();
+  clock.step("3-4 listing and walk");
   if (!ourRoot.empty()) {                                                    // phase 5
     printf("\no k  -  Archive = %s\n", ourRoot.c_str());
     archive = true;
@@ -204,21 +206,30 @@ void Java2Htm::make_htm_dir(const char* exe_, const char* root_arg, const char* 
   phase6_documents();
   phase7_java();
   phase8_class_lists();
+  clock.step("6-8 Java");
   // 9 JSP, 10 ASP: readers of later languages.
   phase11_vb();                                                              // 11 VB
   phase12_classes();
+  clock.step("11-12 VB, classes");
   phase13_cpp();                                                             // 13 C, C++, C#
+  clock.step("13 C and C++ pages");
   phase14_class_pages();                                                     // 14
   phase15_types();                                                           // 15
   show_notFound();
+  clock.step("14-15 class maps, types");
   phase16_ourDoc();
   phase17_overview();
+  clock.step("16-17 overview");
   ADD_inc_structure();                                                       // 18
+  clock.step("include relation");
   show_rootClasses();
+  clock.step("18 roots");
   show_incsMe_Relation();
+  clock.step("include relation");
   phase19_bat();
   // 20 PHP, 21 COBOL.
   phase22_closing();
+  clock.step("19-22 closing");
 }
 
 Java2Htm::~Java2Htm() {
@@ -227,6 +238,8 @@ Java2Htm::~Java2Htm() {
   if (!ended || archive) return;  // a failed run leaves no reports
   try {
     closing_files();
+    clock.step("destructor");
+    clock.report();
   } catch (const char*) {
     exut.reset_after_failure();
   }

@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "codeweb/phase_clock.h"
 #include "codeweb/ut_web.h"
 #include "runtime/str_set.h"
 #include "store/Btree.h"
@@ -277,6 +278,8 @@ class Java2Htm : public ut_web {
   static void tree_put(Btree& t, const std::string& k, const std::string& v);
   // The path shortened by the root's length, for display.
   std::string shown(const std::string& path) const;
+
+  phase_clock clock;  // J2H_PHASE_TIMES: wall time by step
 
   // Files below the root taken as sources (the "%i Source Files" line).
   int nSources = 0;

@@ -55,6 +55,9 @@ run() {
   done
   awk -v n="$name" -v k="$kloc" -v w="$best" -v r="$rss" 'BEGIN {
     printf "%-8s %9s %9.2f %9.1f %10.1f\n", n, k, w, (w > 0 ? k / w : 0), r / 1024 }'
+  if [ "$name" = j2h ] && [ -n "${J2H_PHASE_TIMES:-}" ]; then
+    sed -n '/^j2h steps/,/^  all/p' "$work/$name.log"
+  fi
 }
 
 doxyfile() {
