@@ -72,8 +72,9 @@ seeds_of() {
     call_relation_fuzz) ls -d "$src"/tests/fuzz/seeds/call_relation/* ;;
     cpp_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/cpp_reader/* ;;
     include_relation_fuzz) ls -d "$src"/tests/fuzz/seeds/include_relation/* ;;
-    vb_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/vb_reader/* ;;
-    erd_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/erd_reader/* ;;
+    vb_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/vb_reader/* "$src"/examples/trees/vb/*.vbs \
+                          "$src"/examples/trees/vb/*/*.bas ;;
+    erd_reader_fuzz) ls -d "$src"/examples/trees/erd/our_ERD.* ;;
   esac 2>/dev/null || true
 }
 
