@@ -126,7 +126,7 @@ int Java2Htm::CPP_to_htm(int fNr) {
   }
   dir_with_css(j2h + fmt("/%i", fNr / 100));
   cpp_reader reader(sink);
-  std::string page = reader.page_of(text, shown(real), fNr);
+  std::string page = reader.page_of(std::move(text), shown(real), fNr);
   safe_ut.write_text((j2h + "/" + nr2(fNr) + ".htm").c_str(), page);
   cppNeLoCode += sink.neLoCode;
   LoHiddenComm += sink.LoHiddenComm;

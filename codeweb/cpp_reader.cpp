@@ -59,8 +59,8 @@ int cpp_reader::line_at(size_t at) const {
   return n;
 }
 
-std::string cpp_reader::page_of(const std::string& text, const std::string& src, int fNr) {
-  t_ = text;
+std::string cpp_reader::page_of(std::string text, const std::string& src, int fNr) {
+  t_ = std::move(text);
   for (char& c : t_) {
     if (c == '\0') c = ' ';   // a NUL is a blank
     if (c == '\r') c = '\n';  // a lone CR ends a line
@@ -90,9 +90,11 @@ std::string cpp_reader::page_of(const std::string& text, const std::string& src,
   if (msg_) web_.put(ctree::msgMaps, page_ + ".htm", "");
   if (ddx_) web_.put(ctree::ddxFiles, page_ + ".htm", "");
   std::string page = std::move(out_);
+  std::string().swap(t_);  // the source is no longer needed
+  out_.clear();
   size_t mark = page.rfind("\n<pre-");
   if (prepared_) return mark == std::string::npos ? page : page.erase(mark, 6);
-  return better(pretty(page, src_));
+  return better(pretty(std::move(page), src_));
 }
 
 void cpp_reader::scan() {

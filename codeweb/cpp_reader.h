@@ -94,11 +94,13 @@ class cpp_reader {
 
   // The page text of the source text `text` of file number `fNr`: `src` is
   // the path shown and used in rows.
-  std::string page_of(const std::string& text, const std::string& src, int fNr);
+  // The text is taken over (move it in): the reader holds one working copy
+  // of a page at a time.
+  std::string page_of(std::string text, const std::string& src, int fNr);
 
   // The re-indent step and the line tidy-up (public for tests).
-  static std::string pretty(const std::string& page, const std::string& src);
-  static std::string better(const std::string& page);
+  static std::string pretty(std::string page, const std::string& src);
+  static std::string better(std::string page);
 
   // Stores `data` under `name`, or "<name> . 2", " . 3", ... when the key
   // is taken; "A::f" is keyed "A :: f".  Returns the key used.
