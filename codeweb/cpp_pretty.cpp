@@ -166,6 +166,7 @@ std::string cpp_reader::pretty(std::string page, const std::string& src) {
   size_t p = page.find("<pre");
   if (p == std::string::npos) return page + after;
   indenter ind(page, src);
+  ind.out.reserve(page.size() + page.size() / 4);
   ind.out.assign(page, 0, p);
   ind.run(ind.through(p, ">"));
   std::string().swap(page);  // the scan's text is no longer needed
@@ -174,6 +175,7 @@ std::string cpp_reader::pretty(std::string page, const std::string& src) {
   // A blank line before a blank line or a line of ";" alone goes.
   line_reader in(ind.out);
   line_writer kept;
+  kept.r.reserve(ind.out.size());  // no second copy while the text grows
   for (std::string_view l; in.next(&l);) {
     if (blank_line(l) && in.has_next()) {
       std::string_view n = in.peek();
@@ -187,6 +189,7 @@ std::string cpp_reader::pretty(std::string page, const std::string& src) {
 std::string cpp_reader::better(std::string page) {
   line_reader in(page);
   line_writer kept;
+  kept.r.reserve(page.size() + page.size() / 8);
   const std::string co = "<font class=co>//";
   size_t column = std::string::npos;  // of the "//" of the last code line
   for (std::string_view view; in.next(&view);) {

@@ -99,6 +99,7 @@ std::string cpp_reader::page_of(std::string text, const std::string& src, int fN
 
 void cpp_reader::scan() {
   std::string impl = web_.impl_page(src_);
+  out_.reserve(t_.size() + t_.size() / 2 + 4096);  // the markup adds to the text
   out_ = web_.page_head + "<a name=top></a>";
   if (!impl.empty()) out_ += "<a href=../" + impl + ">cpp</a>, ";
   out_ += "<a href=#eof>meta</a>, <a href=../cpp.htm>C++</a>\n";
