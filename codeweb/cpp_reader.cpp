@@ -80,6 +80,7 @@ std::string cpp_reader::page_of(std::string text, const std::string& src, int fN
   bodies_ = 0;
   pending_namespace_ = pending_body_ = false;
   body_level_ = -1;
+  caller_.clear();
   checked_ = std::string::npos;
   ne_ = code_lines(t_);
   web_.put(ctree::codef, base_, "p " + page_ + ".htm");
@@ -341,6 +342,7 @@ void cpp_reader::line_comment() {
 }
 
 void cpp_reader::block_comment() {
+  if (first_on_line(t_, i_) && banner_method()) return;
   size_t e = t_.find("*/", i_ + 2);
   size_t end = e == std::string::npos ? t_.size() : e + 2;
   std::string body = t_.substr(i_ + 2, (e == std::string::npos ? t_.size() : e) - i_ - 2);
