@@ -159,6 +159,28 @@ bool plain_params(const std::string& plain) {
   return true;
 }
 
+// The "{" of the body behind a banner's parameters, which run from `from`
+// to the ")" of their level (`*close`); npos when none stands there.
+size_t banner_body(const std::string& t, size_t from, size_t limit, size_t* close) {
+  int depth = 0;
+  for (size_t j = from; j < limit; j++) {
+    size_t past = skip_quoted(t, j);
+    char c = t[j];
+    if (past != j) {
+      j = past - 1;
+    } else if (*close == std::string::npos) {
+      if (c == '(') depth++;
+      if (c == ')' && depth-- == 0) *close = j;
+      if (c == ';' || c == '{' || c == '}') break;
+    } else if (c == '{') {
+      return j;
+    } else if (c == ';' || c == '}' || c == '(' || c == ')') {
+      break;
+    }
+  }
+  return std::string::npos;
+}
+
 }  // namespace
 
 std::string cpp_reader::ourVers(cpp_sink& web, ctree tree, const std::string& name, const std::string& data) {
@@ -284,9 +306,10 @@ bool cpp_reader::head_parts(size_t head, size_t from, size_t paren, std::string*
 }
 
 void cpp_reader::head_out(const std::string& ret, const std::string& cls, const std::string& name,
-                          const std::string& params, const std::string& rest) {
+                          const std::string& params, const std::string& rest, const std::string& banner) {
   int a = ++anchor_;
   std::string href = "funcs.htm";
+  caller_ = cls.empty() ? name : without_args(cls) + " :: " + name;
   if (!cls.empty()) {
     std::string key = ourVers(web_, ctree::secs, without_args(cls) + "::" + name, "m" + page_ + fmt(".htm#%i", a));
     href = fmt("m/%i.htm", web_.name_nr(squeeze(cls)));
@@ -296,7 +319,8 @@ void cpp_reader::head_out(const std::string& ret, const std::string& cls, const 
     c_function(name);
   }
   out_ += fmt("\n</pre><a name=%i></a>", a) + bar() + esc2(ret) + " " + esc2(cls) + (cls.empty() ? "" : " ::") +
-          "\n<font size=4><a href=../" + href + ">" + esc2(name) + "</a></font><hr>\n<pre class=c><font size=2>";
+          "\n<font size=4><a href=../" + href + ">" + esc2(name) + "</a></font>" + banner +
+          "<hr>\n<pre class=c><font size=2>";
   std::vector<param_row> rows = param_rows(params);
   if (rows.empty()) {
     out_ += "()";
@@ -314,6 +338,67 @@ void cpp_reader::head_out(const std::string& ret, const std::string& cls, const 
     out_ += "\n)";
   }
   out_ += "\n" + esc(rest) + "   LB_";
+}
+
+// "/* public: <ret> <class>::<method>(/" with its banner text down to the
+// first "//-" line, then the parameters to ")" and the body (see the
+// header).  False when the comment is no such banner.
+bool cpp_reader::banner_method() {
+  size_t v = i_ + 3;
+  size_t colon = std::string::npos;
+  for (const char* w : {"public:", "protected:", "private:"})
+    if (starts(t_, v, w)) colon = v + strlen(w);
+  if (colon == std::string::npos || !top_level() || body_level_ >= 0) return false;
+  size_t e = eol(t_, i_), end = e;
+  while (end > colon && is_blank(t_[end - 1])) end--;
+  if (end < colon + 2 || t_.compare(end - 2, 2, "(/") != 0 || e >= t_.size()) return false;
+  // The banner text runs to the first line that begins "//-".
+  size_t limit = std::min(t_.size(), i_ + look_ahead), rule = e + 1;
+  while (rule < limit && !(starts(t_, rule, "//") && rule + 2 < t_.size() && t_[rule + 2] == '-')) rule = eol(t_, rule) + 1;
+  if (rule >= limit) return false;
+  std::string np = trim(t_.substr(colon, end - 2 - colon)), ret, cls, name;
+  size_t q = last_scope(np);
+  size_t k = q == std::string::npos ? np.size() : q;
+  if (q != std::string::npos) {
+    while (k > 0 && (is_word_char(np[k - 1]) || np[k - 1] == '>' || np[k - 1] == '<' || np[k - 1] == ':')) k--;
+    cls = np.substr(k, q - k);
+    name = trim(np.substr(q + 2));
+  } else {
+    while (k > 0 && (is_word_char(np[k - 1]) || np[k - 1] == '~')) k--;
+    name = np.substr(k);
+  }
+  ret = squeeze(np.substr(0, k));
+  if (name.empty() || !(is_word_char(name[0]) || name[0] == '~')) return false;
+  std::string text;
+  for (size_t l = e + 1; l < rule; l = eol(t_, l) + 1) {
+    std::string line = trim(t_.substr(l, eol(t_, l) - l));
+    while (!line.empty() && (line[0] == '*' || is_blank(line[0]))) line.erase(0, 1);
+    if (!line.empty()) text += (text.empty() ? "" : "<br>") + esc2(line);
+  }
+  std::string banner = text.empty() ? "" : "\n<br><font class=co>" + text + "</font>";
+  // The parameters to the ")" of their level, and the text to the "{".
+  size_t from = eol(t_, rule) < t_.size() ? eol(t_, rule) + 1 : t_.size(), close = std::string::npos;
+  size_t open = banner_body(t_, from, limit, &close);
+  if (open == std::string::npos) {  // no body behind it: the head alone
+    head_out(ret, cls, name, "", "", banner);
+    out_ += "\n";
+    i_ = from;
+    checked_ = i_;
+    return true;
+  }
+  head_out(ret, cls, name, t_.substr(from, close - from), trim(t_.substr(close + 1, open - close - 1)), banner);
+  pending_body_ = true;
+  i_ = open;
+  return true;
+}
+
+// A call of a traced name: its anchor and mark, and the row naming the
+// caller.  Only calls inside a body of an implementation file count.
+void cpp_reader::traced_call(const std::string& word) {
+  if (!impl_ || body_level_ < 0 || caller_.empty() || !web_.traced(word)) return;
+  int a = ++anchor_;
+  out_ += fmt("<a name=%i></a><font color=#FF00FF><b>[]</b></font>", a);
+  web_.put(ctree::traceMarks, word + "~" + page_ + fmt(".htm#%i", a), caller_);
 }
 
 void cpp_reader::c_function(const std::string& fname) {
@@ -365,6 +450,9 @@ void cpp_reader::word() {
   if (w.compare(0, 4, "DDX_") == 0) ddx_ = dialog_ = true;
   if (w.find("MESSAGE_MAP") != std::string::npos) msg_ = dialog_ = true;
   if (w == "namespace" && top_level()) pending_namespace_ = true;
+  size_t paren = j;
+  while (paren < t_.size() && is_blank(t_[paren])) paren++;
+  if (paren < t_.size() && t_[paren] == '(') traced_call(w);
   code(w);
   i_ = j;
 }

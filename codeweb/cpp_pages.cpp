@@ -56,6 +56,7 @@ struct web_sink : cpp_sink {
       case ctree::exceptions: lazy = &web.exceptions; break;
       case ctree::msgMaps: lazy = &web.msgMaps; break;
       case ctree::ddxFiles: lazy = &web.ddxFiles; break;
+      case ctree::traceMarks: lazy = &web.traceMarks; break;
       case ctree::count_: break;
     }
     if (!lazy) return nullptr;
@@ -76,6 +77,7 @@ struct web_sink : cpp_sink {
   int name_nr(const std::string& name) override { return web.defNameNr(name.c_str()); }
   std::string impl_page(const std::string&) override { return impl; }
   bool included() override { return fNr < (int)web.is_inc_for.size() && web.is_inc_for[fNr]; }
+  bool traced(const std::string& name) override { return web.cppTraceUs.count("+" + name) > 0; }
   void sql(const std::string& text) override {
     FILE* f = safe_ut.open_append((web.root + "/tables.xxx").c_str());
     safe_ut.write_FILE(f, text.data(), (long)text.size());
@@ -113,6 +115,10 @@ int Java2Htm::CPP_to_htm(int fNr) {
     safe_ut.close_FILE(&f, SRC, __LINE__);
   }
   inc_index(fNr);
+  if (real.find("/ui_") != std::string::npos) {
+    if (!uiFiles) uiFiles = std::make_unique<Btree>();
+    tree_put(*uiFiles, real, "");
+  }
   web_sink sink(*this, fNr);
   sink.file = real;
   // The implementation file beside a header: same path, another extension.
@@ -126,7 +132,7 @@ int Java2Htm::CPP_to_htm(int fNr) {
   }
   dir_with_css(j2h + fmt("/%i", fNr / 100));
   cpp_reader reader(sink);
-  std::string page = reader.page_of(text, shown(real), fNr);
+  std::string page = reader.page_of(std::move(text), shown(real), fNr);
   safe_ut.write_text((j2h + "/" + nr2(fNr) + ".htm").c_str(), page);
   cppNeLoCode += sink.neLoCode;
   LoHiddenComm += sink.LoHiddenComm;
@@ -134,7 +140,26 @@ int Java2Htm::CPP_to_htm(int fNr) {
   return 0;
 }
 
+// The selection of the trace marks.  The reader does not collect the
+// names called but not selected (traceCandidates): the call relation
+// makes that tree afresh from the same code in phase 17.
+void Java2Htm::read_cppTraceUs() {
+  cppTraceUs.clear();
+  std::string file = root + "/traceUs";
+  if (safe_ut.ok_is_a(file.c_str()) != 'f') return;
+  std::string text = safe_ut.read_text(file.c_str());
+  for (size_t at = 0; at < text.size();) {
+    size_t e = text.find('\n', at);
+    if (e == std::string::npos) e = text.size();
+    std::string l = text.substr(at, e - at);
+    at = e + 1;
+    while (!l.empty() && isspace((unsigned char)l.back())) l.pop_back();
+    if (l.size() > 1 && l[0] == '+') cppTraceUs.insert(l);
+  }
+}
+
 void Java2Htm::phase13_cpp() {
+  read_cppTraceUs();
   for (int which = 0; which < 2; which++) {
     FILE* f = open_page(j2h + (which ? "/cs.htm" : "/cpp.htm"), which ? "C#" : "C and C++");
     auto write = [&](const char* const (*e)[2], size_t n) {

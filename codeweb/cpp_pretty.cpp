@@ -1,6 +1,7 @@
 // The two later steps of a C or C++ page: the re-indent by braces and the
 // line tidy-up.
 #include <cstdio>
+#include <string_view>
 #include <vector>
 
 #include "codeweb/cpp_lex.h"
@@ -13,31 +14,53 @@ namespace {
 constexpr int step = 4;        // blanks per brace level
 constexpr int max_levels = 40; // "Bracket Error(+)" beyond this
 
-std::vector<std::string> lines_of(const std::string& s) {
-  std::vector<std::string> r;
-  size_t b = 0;
-  while (true) {
-    size_t e = s.find('\n', b);
-    if (e == std::string::npos) {
-      r.push_back(s.substr(b));
-      return r;
-    }
-    r.push_back(s.substr(b, e - b));
-    b = e + 1;
-  }
-}
-
-bool blank_line(const std::string& l) {
+bool blank_line(std::string_view l) {
   for (char c : l)
     if (!is_blank(c)) return false;
   return true;
 }
 
-std::string joined(const std::vector<std::string>& lines) {
+// The lines of a text one after the other, without copying them.
+struct line_reader {
+  const std::string& s;
+  size_t at = 0;
+  bool done = false;
+  explicit line_reader(const std::string& t) : s(t) {}
+  // The line that follows; false behind the last one.
+  bool next(std::string_view* line) {
+    if (done) return false;
+    size_t e = s.find('\n', at);
+    if (e == std::string::npos) done = true, e = s.size();
+    *line = std::string_view(s).substr(at, e - at);
+    at = e + 1;
+    return true;
+  }
+  std::string_view peek() const {
+    if (done) return {};
+    size_t e = s.find('\n', at);
+    return std::string_view(s).substr(at, (e == std::string::npos ? s.size() : e) - at);
+  }
+  bool has_next() const { return !done; }
+};
+
+// Lines joined by "\n" as they are kept; the last one can be taken back.
+struct line_writer {
   std::string r;
-  for (size_t i = 0; i < lines.size(); i++) r += (i ? "\n" : "") + lines[i];
-  return r;
-}
+  std::vector<size_t> starts;  // where each kept line begins in `r`
+  void push(std::string_view l) {
+    if (!starts.empty()) r += '\n';
+    starts.push_back(r.size());
+    r.append(l);
+  }
+  bool empty() const { return starts.empty(); }
+  size_t size() const { return starts.size(); }
+  std::string_view back() const { return std::string_view(r).substr(starts.back()); }
+  void pop() {
+    size_t b = starts.back();
+    starts.pop_back();
+    r.resize(b == 0 ? 0 : b - 1);
+  }
+};
 
 struct indenter {
   const std::string& in;
@@ -134,45 +157,54 @@ struct indenter {
 
 }  // namespace
 
-std::string cpp_reader::pretty(const std::string& page, const std::string& src) {
+std::string cpp_reader::pretty(std::string page, const std::string& src) {
   // The text up to the mark "\n<pre-" is re-indented; what follows the
   // mark stays as it is.
   size_t mark = page.rfind("\n<pre-");
-  std::string text = page.substr(0, mark);
   std::string after = mark == std::string::npos ? "" : page.substr(mark + 6);
-  size_t p = text.find("<pre");
-  if (p == std::string::npos) return text + after;
-  indenter ind(text, src);
-  ind.out.assign(text, 0, p);
+  if (mark != std::string::npos) page.resize(mark);
+  size_t p = page.find("<pre");
+  if (p == std::string::npos) return page + after;
+  indenter ind(page, src);
+  ind.out.reserve(page.size() + page.size() / 4);
+  ind.out.assign(page, 0, p);
   ind.run(ind.through(p, ">"));
+  std::string().swap(page);  // the scan's text is no longer needed
   ind.out += after;
+  std::string().swap(after);
   // A blank line before a blank line or a line of ";" alone goes.
-  std::vector<std::string> lines = lines_of(ind.out), kept;
-  for (size_t i = 0; i < lines.size(); i++) {
-    if (blank_line(lines[i]) && i + 1 < lines.size() &&
-        (blank_line(lines[i + 1]) || trim(lines[i + 1]) == ";"))
-      continue;
-    kept.push_back(lines[i]);
+  line_reader in(ind.out);
+  line_writer kept;
+  kept.r.reserve(ind.out.size());  // no second copy while the text grows
+  for (std::string_view l; in.next(&l);) {
+    if (blank_line(l) && in.has_next()) {
+      std::string_view n = in.peek();
+      if (blank_line(n) || trim(std::string(n)) == ";") continue;
+    }
+    kept.push(l);
   }
-  return joined(kept);
+  return std::move(kept.r);
 }
 
-std::string cpp_reader::better(const std::string& page) {
-  std::vector<std::string> lines = lines_of(page), kept;
+std::string cpp_reader::better(std::string page) {
+  line_reader in(page);
+  line_writer kept;
+  kept.r.reserve(page.size() + page.size() / 8);
   const std::string co = "<font class=co>//";
   size_t column = std::string::npos;  // of the "//" of the last code line
-  for (auto& l : lines) {
-    if (blank_line(l)) {
+  for (std::string_view view; in.next(&view);) {
+    if (blank_line(view)) {
       if (!kept.empty() && blank_line(kept.back())) continue;
-      kept.push_back("");
+      kept.push("");
       continue;
     }
+    std::string l(view);
     size_t b = 0;
     while (b < l.size() && is_blank(l[b])) b++;
     if (starts(l, b, "__ ")) l.erase(b, 3);
     if (trim(l)[0] == ',' && kept.size() > 1 && kept.back().empty()) {
-      kept.pop_back();
-      kept.back() += trim(l);
+      kept.pop();
+      kept.r += trim(l);
       continue;
     }
     size_t at = l.find(co);
@@ -183,7 +215,7 @@ std::string cpp_reader::better(const std::string& page) {
     } else if (at == std::string::npos) {
       column = std::string::npos;
     }
-    kept.push_back(l);
+    kept.push(l);
   }
-  return joined(kept);
+  return std::move(kept.r);
 }

@@ -59,8 +59,8 @@ int cpp_reader::line_at(size_t at) const {
   return n;
 }
 
-std::string cpp_reader::page_of(const std::string& text, const std::string& src, int fNr) {
-  t_ = text;
+std::string cpp_reader::page_of(std::string text, const std::string& src, int fNr) {
+  t_ = std::move(text);
   for (char& c : t_) {
     if (c == '\0') c = ' ';   // a NUL is a blank
     if (c == '\r') c = '\n';  // a lone CR ends a line
@@ -80,6 +80,7 @@ std::string cpp_reader::page_of(const std::string& text, const std::string& src,
   bodies_ = 0;
   pending_namespace_ = pending_body_ = false;
   body_level_ = -1;
+  caller_.clear();
   checked_ = std::string::npos;
   ne_ = code_lines(t_);
   web_.put(ctree::codef, base_, "p " + page_ + ".htm");
@@ -90,13 +91,16 @@ std::string cpp_reader::page_of(const std::string& text, const std::string& src,
   if (msg_) web_.put(ctree::msgMaps, page_ + ".htm", "");
   if (ddx_) web_.put(ctree::ddxFiles, page_ + ".htm", "");
   std::string page = std::move(out_);
+  std::string().swap(t_);  // the source is no longer needed
+  out_.clear();
   size_t mark = page.rfind("\n<pre-");
   if (prepared_) return mark == std::string::npos ? page : page.erase(mark, 6);
-  return better(pretty(page, src_));
+  return better(pretty(std::move(page), src_));
 }
 
 void cpp_reader::scan() {
   std::string impl = web_.impl_page(src_);
+  out_.reserve(t_.size() + t_.size() / 2 + 4096);  // the markup adds to the text
   out_ = web_.page_head + "<a name=top></a>";
   if (!impl.empty()) out_ += "<a href=../" + impl + ">cpp</a>, ";
   out_ += "<a href=#eof>meta</a>, <a href=../cpp.htm>C++</a>\n";
@@ -338,6 +342,7 @@ void cpp_reader::line_comment() {
 }
 
 void cpp_reader::block_comment() {
+  if (first_on_line(t_, i_) && banner_method()) return;
   size_t e = t_.find("*/", i_ + 2);
   size_t end = e == std::string::npos ? t_.size() : e + 2;
   std::string body = t_.substr(i_ + 2, (e == std::string::npos ? t_.size() : e) - i_ - 2);

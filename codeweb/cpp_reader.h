@@ -27,6 +27,20 @@
 //   cobDefs   "p .. <name>" -> "<page>.htm#<anchor>~<path>"
 //   methods   "<class> :: <method> : <path>~<page>.htm#<anchor>" -> ""
 //   mains     "<page>.htm#<anchor>" -> "main <entity>"
+//   traceMarks "<name>~<page>.htm#<anchor>" -> caller ("<class> :: <method>"
+//             or the function) at each call of a traced name in a body of
+//             an implementation file; the call gets a magenta mark "[]".
+//
+// A method banner of the house style stands in place of a head:
+//   /* public: <return type> <class>::<method>(/
+//      text of the banner, shown under the head
+//   //---------------------------------------------- */
+//      <parameters> )
+//   {
+// (also "protected:", "private:").  The line up to "(/" names the method,
+// the text down to the first "//-" line is shown as the head's banner, the
+// "//-" line goes, and the parameters up to ")" are the head's table.  A
+// banner without its "//-" line within the look-ahead is a comment.
 //
 // Today's C++ is read as the nearest form the reader knows: a namespace or
 // extern "C" block is not a body (heads inside it are top-level heads), a
@@ -45,7 +59,7 @@
 #include <vector>
 
 enum class ctree { secs, supers, defines, types, statics, dlls, exceptions, msgMaps, ddxFiles, codef,
-                   cobDefs, methods, mains, count_ };
+                   cobDefs, methods, mains, traceMarks, count_ };
 
 struct cpp_sink {
   virtual ~cpp_sink() = default;
@@ -64,6 +78,8 @@ struct cpp_sink {
   virtual bool included() { return false; }
   // Text for the embedded-SQL stream tables.xxx.
   virtual void sql(const std::string& text) {}
+  // Whether calls of `name` are traced: the selection holds "+<name>".
+  virtual bool traced(const std::string& name) { return false; }
   // The file's name in failure reports, when it differs from the path the
   // rows show.
   std::string file;
@@ -94,11 +110,13 @@ class cpp_reader {
 
   // The page text of the source text `text` of file number `fNr`: `src` is
   // the path shown and used in rows.
-  std::string page_of(const std::string& text, const std::string& src, int fNr);
+  // The text is taken over (move it in): the reader holds one working copy
+  // of a page at a time.
+  std::string page_of(std::string text, const std::string& src, int fNr);
 
   // The re-indent step and the line tidy-up (public for tests).
-  static std::string pretty(const std::string& page, const std::string& src);
-  static std::string better(const std::string& page);
+  static std::string pretty(std::string page, const std::string& src);
+  static std::string better(std::string page);
 
   // Stores `data` under `name`, or "<name> . 2", " . 3", ... when the key
   // is taken; "A::f" is keyed "A :: f".  Returns the key used.
@@ -131,8 +149,10 @@ class cpp_reader {
   void assert_statement(size_t word_start);
   void exception_mark();
   void exec_sql();
+  bool banner_method();
+  void traced_call(const std::string& word);
   void head_out(const std::string& ret, const std::string& cls, const std::string& name,
-                const std::string& params, const std::string& rest);
+                const std::string& params, const std::string& rest, const std::string& banner = "");
   void c_function(const std::string& name);
   void zu_codef(const std::string& entity, int anchor);
   void code(char c);
@@ -161,4 +181,5 @@ class cpp_reader {
   bool pending_namespace_ = false;
   bool pending_body_ = false;
   int body_level_ = -1;  // frame depth of the open method body, -1 when none
+  std::string caller_;   // the method or function whose head came last
 };

@@ -238,6 +238,16 @@ class Java2Htm : public ut_web {
   long cppBytes = 0;        // bytes of all C and C++ files read
   int cppCount = 0;         // C and C++ files read
   std::set<std::string> cppDone;     // lower-case paths already read
+  // The trace selection as the pages see it: "+<name>" for each line
+  // "+<name>" of <root>/traceUs when phase 13 begins (empty without it).
+  // The call relation reads the same file again in phase 17 and makes it
+  // from the message-map handlers when it is missing; pages made before
+  // that carry no marks.
+  std::set<std::string> cppTraceUs;
+  void read_cppTraceUs();
+  // Made on first use; null when the tree has no rows.
+  std::unique_ptr<Btree> traceMarks;  // "<name>~<page>.htm#<anchor>" -> caller
+  std::unique_ptr<Btree> uiFiles;     // real path of a C or C++ file whose path holds "/ui_"
   // ============================= end of C and C++ pages
 
   // ============================= VB pages, SQL and ERD pages (vb_pages.cpp, erd_pages.cpp)

@@ -2,6 +2,7 @@
 // trees, read through a sink over maps.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <map>
 
@@ -37,6 +38,10 @@ struct map_sink : cpp_sink {
     return names[base];
   }
   void sql(const std::string& text) override { sql_text += text; }
+  std::vector<std::string> selected;  // traced names
+  bool traced(const std::string& name) override {
+    return std::find(selected.begin(), selected.end(), name) != selected.end();
+  }
   std::map<std::string, std::string>& operator[](ctree c) { return t[(int)c]; }
 };
 
@@ -239,3 +244,52 @@ TEST(CppPage, RowsOfStaticsExceptionsMessageMapsAndSql) {
 }
 
 }  // namespace
+
+TEST(CppPage, MethodBannersOfTheHouseStyleBecomeHeads) {
+  map_sink web;
+  const std::string banner =
+      "/* public: int Customer::load(/\n * Loads the customer\n * from the store.\n"
+      "//----------------------------------------------------------------*/\n";
+  std::string code = code_of(page(web, "#include \"c.h\"\n" + banner +
+                                           "   const char* key,   // the key\n   int flags\n)\n{\n  return 0;\n}\n" +
+                                           banner + ")\n{\n}\n/* public: not a banner */\nint k;\n"
+                                           "/* private: ~Customer(/\n no rule line follows\n*/\n"));
+  EXPECT_EQ(web[ctree::secs]["Customer :: load"], "m1/3.htm#1");
+  EXPECT_EQ(web[ctree::secs]["Customer :: load . 2"], "m1/3.htm#2");
+  EXPECT_EQ(web[ctree::methods].count("Customer :: load : src/a/x.cpp~1/3.htm#1"), 1u);
+  // The banner text under the head, the parameters as a table, the body.
+  EXPECT_TRUE(has(code, "int Customer ::\n<font size=4><a href=../m/1.htm>load</a></font>\n<br><font class=co>"
+                        "Loads the customer<br>from the store.</font><hr>\n<pre class=c><font size=2>(\n"
+                        "const char*    key  <font class=co>// the key</font>\n        int  flags  \n)\n   LB_\n{\n"
+                        "    return 0;\n}\n   LE_"))
+      << code;
+  EXPECT_TRUE(has(code, "load</a></font>\n<br><font class=co>Loads the customer<br>from the store.</font><hr>\n"
+                        "<pre class=c><font size=2>()\n   LB_"))
+      << code;
+  EXPECT_FALSE(has(code, "//---") || has(code, "load(/")) << code;
+  // Without "(/" or without its "//-" line a comment stays a comment.
+  EXPECT_TRUE(has(code, "<font class=\"co\">/* public: not a banner */</font>")) << code;
+  EXPECT_TRUE(has(code, "/* private: ~Customer(/\n no rule line follows\n*/</font>")) << code;
+}
+
+TEST(CppPage, CallsOfTracedNamesAreMarkedInBodiesOfImplementationFiles) {
+  const std::string text =
+      "int g = Save(3);\nvoid Doc::OnSave()\n{\n  Save (1);\n  Load(2);\n  if (x) Save(4);\n}\n"
+      "int run(void)\n{\n  return Save(5);\n}\n";
+  map_sink web;
+  web.selected = {"Save"};
+  std::string code = code_of(page(web, text));
+  const std::string mark = "<font color=#FF00FF><b>[]</b></font>";
+  EXPECT_EQ(count_of(code, mark), 3) << code;
+  EXPECT_TRUE(has(code, "<a name=2></a>" + mark + "Save (1);")) << code;
+  std::map<std::string, std::string> rows = {{"Save~1/3.htm#2", "Doc :: OnSave"},
+                                             {"Save~1/3.htm#3", "Doc :: OnSave"},
+                                             {"Save~1/3.htm#5", "run"}};
+  EXPECT_EQ(web[ctree::traceMarks], rows);
+  // A header has no bodies of its own to trace; nothing is selected: no mark.
+  map_sink header, none;
+  header.selected = {"Save"};
+  EXPECT_FALSE(has(page(header, text, "src/a/x.h"), mark));
+  EXPECT_FALSE(has(page(none, text), mark));
+  EXPECT_TRUE(header[ctree::traceMarks].empty() && none[ctree::traceMarks].empty());
+}

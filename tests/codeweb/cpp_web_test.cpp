@@ -65,3 +65,20 @@ TEST(CodeWebCpp, AnUnbalancedIfInAHeadEndsTheRunNamingFileAndLine) {
   EXPECT_EQ(r.status, 1) << r.out;
   EXPECT_TRUE(has(r.out, "an unbalanced #if inside a head in src/bad one.cpp, line 2")) << r.out;
 }
+
+TEST(CodeWebCpp, TheTraceSelectionOfTheRootMarksCallsAndUiFilesAreListed) {
+  TempDir t;
+  write_file("src/traceUs", "\n+Save  \n-Load\n");
+  write_file("src/ui_main/view.cpp", "void View::OnSave()\n{\n  Save(1);\n  Load(2);\n}\n");
+  write_file("src/core/doc.cpp", "int Save(int a)\n{\n  return a;\n}\n");
+  std::string marks, ui;
+  build("src", nullptr, [&](Java2Htm& web) {
+    Btree_st st;
+    for (unsigned ok = web.traceMarks ? web.traceMarks->GetFirst(st) : 0; ok; ok = web.traceMarks->Next(st))
+      marks += std::string(st.k, st.k_L) + "=" + st.c + ";";
+    for (unsigned ok = web.uiFiles ? web.uiFiles->GetFirst(st) : 0; ok; ok = web.uiFiles->Next(st))
+      ui += std::string(st.k, st.k_L) + ";";
+  });
+  EXPECT_TRUE(has(marks, "Save~") && has(marks, "=View :: OnSave;") && !has(marks, "Load")) << marks;
+  EXPECT_TRUE(has(ui, "ui_main/view.cpp;") && !has(ui, "doc.cpp")) << ui;
+}
