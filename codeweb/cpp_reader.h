@@ -56,6 +56,8 @@
 #pragma once
 
 #include <string>
+
+#include "codeweb/page_texts.h"
 #include <vector>
 
 enum class ctree { secs, supers, defines, types, statics, dlls, exceptions, msgMaps, ddxFiles, codef,
@@ -84,15 +86,9 @@ struct cpp_sink {
   // rows show.
   std::string file;
 
-  std::string page_head =
-      "<!DOCTYPE HTML PUBLIC \"-//W3C//DTD HTML 4.0 Transitional//EN\">\n"
-      "<HTML><HEAD><link rel=\"stylesheet\" href=\"j2h.css\" type=\"text/css\"></HEAD>\n"
-      "<BODY text=\"#000000\" link=\"#FF3333\" vlink=\"#FF3333\" alink=\"#FF3333\">\n"
-      "<font face=\"Arial, Verdana\" size=2>";
-  std::string title_head =
-      "<table id=\"Header\" border=0 cellpadding=0 cellspacing=0 width=\"100%\">"
-      "<tr><td align=center><font size=\"4\">";
-  std::string title_tail = "</font></td></tr></table>";
+  std::string page_head = page_texts::head;
+  std::string title_head = page_texts::title_head;
+  std::string title_tail = page_texts::title_tail;
 
   // Totals over all pages.
   long neLoCode = 0;
