@@ -151,6 +151,10 @@ char Btree::ins_core(char do_this, const unsigned char* k, int kL, const unsigne
     int L = deepest;
     int m = pos_m[L].m;
     if (round == 0 && found && (do_this == 'e' || do_this == 'u') && NoUpd(C(d), dL)) return 'u';
+    // Surrogate 0 means "not found": a descriptor that has given out the
+    // last one is damaged, and a key entered now could never be found.
+    if (!found && descr->surr == UINT32_MAX)
+      broken(page[L], __LINE__, "System: Btree %s: no surrogate left for a new key\n", name);
     if (kL > descr->maxkeylen) {
       descr->maxkeylen = (uint16_t)kL;
       cache[0]->dirty = 1;

@@ -237,3 +237,30 @@ TEST(BtreeDamaged, SonsBelowTheWrongSeparatorAreRefused) {
 }
 
 }  // namespace
+
+namespace {
+
+// A descriptor that has given out the last surrogate (as a damaged file
+// may say) leaves none for a new key: the key would get surrogate 0, which
+// reads as "not found".  Insertion is refused and the file stays as it
+// was; a key already there can still be looked up.
+TEST(BtreeDamaged, NoSurrogateLeftRefusesNewKeys) {
+  testutil::TempDir dir;
+  std::string sound = sound_file();
+  std::string b = sound;
+  Btree_page p0;
+  memcpy(static_cast<void*>(&p0), b.data(), page_bytes);
+  p0.p0.d.surr = UINT32_MAX;
+  memcpy(&b[0], &p0, page_bytes);
+  testutil::write_file("s.bt", b);
+  std::string report = failure_of([&] {
+    Btree t("s.bt", 4);
+    t.StrIns('e', "a new key", "x");
+  });
+  EXPECT_NE(report.find("no surrogate left"), std::string::npos) << report;
+  EXPECT_TRUE(testutil::read_file("s.bt") == b) << "the damaged file was written";
+  Btree t("s.bt", 3);
+  EXPECT_TRUE(t.contains("key 07"));
+}
+
+}  // namespace
