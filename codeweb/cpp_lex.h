@@ -14,7 +14,10 @@ using codelex::is_word_char;
 // The navigation in front of each head on a C or C++ page.
 inline const char* bar() { return "<font size=1><a href=#top>top</a> <a href=#eof>eof</a></font> "; }
 
-inline bool starts(const std::string& t, size_t i, const char* s) { return t.compare(i, strlen(s), s) == 0; }
+// False when `i` lies beyond the text: a scan may look one step past its end.
+inline bool starts(const std::string& t, size_t i, const char* s) {
+  return i <= t.size() && t.compare(i, strlen(s), s) == 0;
+}
 
 // "<" as "&lt;" (the code text of a page).
 inline std::string esc(const std::string& s) { return codelex::lt_escaped(s, "&lt;"); }

@@ -146,7 +146,7 @@ TEST(CppPage, MarksOfDllsDebugBlocksTypesAndMacros) {
 TEST(CppPage, BracesThatDoNotBalanceGiveThePageItsSyntaxTail) {
   const std::string error = "There seem to be syntax errors ( at least one missing \" ).";
   for (const char* text : {"void f() {\n  if (a) {\n}\n", "}\nint x;\n", "void f() {\n  s = \"open\n}\n",
-                           "int a;\n/* open comment {\n"}) {
+                           "int a;\n/* open comment {\n", "int open;\n/*"}) {
     map_sink web;
     testing::internal::CaptureStdout();
     std::string p = page(web, text);
