@@ -46,6 +46,11 @@ void safe_uts::ensure_dir(const char* path) {
       if (ok) {
         os().close(fd);
         os().unlink(probe.c_str());
+      } else if (errno == EEXIST) {
+        // Another process probes the same folder at this moment (two
+        // builds sharing an installation): its probe proves nothing
+        // against this one, the access right decides.
+        ok = os().access(p.c_str(), W_OK) == 0;
       }
     }
     if (!ok) {

@@ -2,6 +2,7 @@
 // pieces, calls interrupted by signals, a rename that fails.  What a user
 // must see: one clear report naming the file, the good file of before still
 // in place, and no half-written file left behind.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -160,4 +161,32 @@ TEST(Interrupted, ReadsAndWritesAreCompleteAnyway) {
   safe_ut.close_fd(&fd, "test", __LINE__);
   EXPECT_EQ(std::string(rec), raw.substr(4, 4));
   EXPECT_GT(sys.interrupts, 100);
+}
+
+// Two builds that share an installation probe the same folder at once: the
+// other one's probe file appears between the look and the create.  The
+// folder is writable, so neither build may fail.
+TEST(SharedFolder, AProbeOfAnotherProcessIsNoFailure) {
+  struct racing_os : fault_os {
+    int open(const char* path, int flags, mode_t mode) override {
+      std::string p = path;
+      if ((flags & O_EXCL) && p.size() > 2 && p.compare(p.size() - 2, 2, "/_") == 0)
+        write_file(p, "");  // the other process's probe, just made
+      return fault_os::open(path, flags, mode);
+    }
+  };
+  TempDir t;
+  safe_ut.ensure_dir("inst/xs_/Web");
+  racing_os sys;
+  bool failed = false;
+  {
+    fault_scope on(sys);
+    try {
+      safe_ut.ensure_dir("inst/xs_/Web");
+    } catch (const char*) {
+      failed = true;
+      exut.reset_after_failure();
+    }
+  }
+  EXPECT_FALSE(failed);
 }
