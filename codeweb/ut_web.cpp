@@ -44,3 +44,8 @@ FILE* ut_web::open_page(const std::string& name, const char* title) {
   title_table(f, title);
   return f;
 }
+
+void close_page(FILE*& f) {
+  fputs("\n</font></BODY></HTML>\n", f);
+  safe_ut.close_FILE(&f, "ut_web", __LINE__);
+}

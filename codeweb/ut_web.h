@@ -28,3 +28,7 @@ class ut_web {
   // Writes the title table with `title`.
   void title_table(FILE* f, const char* title);
 };
+
+// Ends a page that open_page began (closes the font and the body) and
+// closes `f`.
+void close_page(FILE*& f);

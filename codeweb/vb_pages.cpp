@@ -56,11 +56,6 @@ void collect(vb_lists& l, const vb_reader& r, int fNr) {
 
 namespace {
 
-void close_page(FILE*& f) {
-  fputs("\n</font></BODY></HTML>\n", f);
-  safe_ut.close_FILE(&f, SRC, __LINE__);
-}
-
 // mBox.htm, crOb.htm, exec.htm: one row per call, in the order of the files
 // and of the calls in them.
 void call_page(ut_web& web, const std::string& file, const char* what, const char* anchor,
