@@ -148,7 +148,7 @@ void Java2Htm::show_xml_files(const char* title_) {
 void Java2Htm::js_functions(const std::string& path) {
   std::string text = safe_ut.read_text(path.c_str());
   for (size_t at = text.find("function"); at != std::string::npos; at = text.find("function", at + 8)) {
-    if (at == 0 || !isspace((unsigned char)text[at - 1])) continue;
+    if (at > 0 && !isspace((unsigned char)text[at - 1])) continue;  // a file may begin with it
     size_t k = at + 8;
     if (k >= text.size() || !isspace((unsigned char)text[k])) continue;
     while (k < text.size() && isspace((unsigned char)text[k])) k++;
