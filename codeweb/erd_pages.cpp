@@ -2,6 +2,7 @@
 // entity-relationship description <root>/our_ERD.a as er1.htm and the SQL
 // schema <root>/our_ERD.sql as sql.htm.  A missing file writes nothing and
 // says nothing.
+#include <algorithm>
 #include <cstring>
 
 #include "codeweb/erd_reader.h"
@@ -13,12 +14,25 @@ const char* const SRC = "erd_pages";
 
 // The text as it stands in a <pre>: only "<" would be read as mark-up.
 void copy_text(std::string& out, const std::string& t, size_t from, size_t to) {
-  for (size_t i = from; i < to && i < t.size(); i++) {
-    if (t[i] == '<')
-      out += "&lt;";
-    else
-      out += t[i];
+  to = std::min(to, t.size());
+  while (from < to) {
+    // searched within the piece only: a text without "<" is not read to its end each time
+    const char* hit = static_cast<const char*>(memchr(t.data() + from, '<', to - from));
+    size_t lt = hit ? size_t(hit - t.data()) : to;
+    out.append(t, from, lt - from);
+    if (lt == to) break;
+    out += "&lt;";
+    from = lt + 1;
   }
+}
+
+// "\n" and the text, as one string made once (a schema may be large).
+std::string with_newline(const std::string& text) {
+  std::string t;
+  t.reserve(text.size() + 1);
+  t += '\n';
+  t += text;
+  return t;
 }
 
 std::string escaped(const std::string& s) {
@@ -46,7 +60,7 @@ std::string title_table(const ut_web& f, const char* title) {
 std::string erd_page(const ut_web& frame, const std::string& text, const std::string& file,
                      std::vector<std::string>* titles) {
   const char* const title = "ERD for the Relational Data";
-  std::string t = "\n" + text;  // a section on the first line counts
+  std::string t = with_newline(text);  // a section on the first line counts
   size_t cur = t.find("\na:");
   if (cur == std::string::npos) {
     exut.show_str("search", "\\na:");
@@ -119,7 +133,7 @@ std::string sql_page(const ut_web& frame, const std::string& text, const std::st
                      std::vector<std::string>* names) {
   const char* const title = "SQL Schema";
   const std::string create = "\n   CREATE";
-  std::string t = "\n" + text;
+  std::string t = with_newline(text);
   size_t cur = t.find(create);
   if (cur == std::string::npos) {
     exut.show_str("search", "\\n   CREATE");
@@ -127,6 +141,7 @@ std::string sql_page(const ut_web& frame, const std::string& text, const std::st
   }
   std::string out = std::string(frame.head) + "\n<a name=top></a><br>\n<a href=#toc>Table of Contents</a><br><br>\n" +
                     title_table(frame, title) + "<pre class=\"Classes\"><font size=2>";
+  out.reserve(t.size() + t.size() / 4);
   std::string rows;
   int n = 0;
   while (cur != std::string::npos) {
