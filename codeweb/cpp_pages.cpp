@@ -98,7 +98,7 @@ const char* const cs_entries[][2] = {
 
 int Java2Htm::CPP_to_htm(int fNr) {
   const std::string& real = fReal[fNr];
-  if (ends_with(fPath[fNr], ".cs")) return 0;  // the C# reader takes it
+  if (ends_with(fPath[fNr], ".cs")) return CSharp_to_htm(fNr);
   if (!cppDone.insert(fPath[fNr]).second) return 0;
   std::string text = safe_ut.read_text(real.c_str());
   FILE* all = safe_ut.open_append((j2h + "/ALL_ccode").c_str());
@@ -189,6 +189,7 @@ void Java2Htm::phase13_cpp() {
           (unsigned)rows.size(), (unsigned)cppNeLoCode, (unsigned)LoHiddenComm, percent,
           (unsigned)((selection.empty() ? cppBytes : cppSelected) / 1000));
   safe_ut.close_FILE(&f, SRC, __LINE__);
+  phase13_cs();
   clock.step("13 C and C++ pages");
   show_the_CPP_includes();
   clock.step("include relation");

@@ -168,8 +168,10 @@ void Java2Htm::phase17_overview() {
   static const char* const views[][2] = {{"XML", "dep.htm"},   {"JAVA", "packages.htm"}, {"JS", "jscr.htm"},
                                          {"JSP", "jsp.htm"},   {"HTM", "htm.htm"},       {"CSS", "css.htm"},
                                          {"ASP", "asp.htm"},   {"VB", "bas.htm"},        {"UML", "des.htm"},
-                                         {"C++", "cpp.htm"},   {"C#", "csfs.htm"},       {"PHP", "phc.htm"},
+                                         {"C++", "cpp.htm"},   {"C#", "cs.htm"},       {"PHP", "phc.htm"},
                                          {"COBOL", "cobp.htm"}};
+  // C# leads to its menu cs.htm (as C++ to cpp.htm), which links the file
+  // list csfs.htm.
   for (auto& v : views) d += std::string("\n, <a href=") + v[1] + ">" + v[0] + "</a>";
   d += "\n<br><br><a href=class.htm>Classes</a>\n, <a href=roots.htm>Roots</a>\n, <a href=types.htm>Types</a>";
   if (safe_ut.ok_is_a((root + "/er1.htm").c_str()) == 'f') copy_er1();
@@ -188,7 +190,6 @@ void Java2Htm::phase17_overview() {
        "\n<br><a href=fdep.htm>File Dependencies</a>\n, <a href=trus.htm>Traced</a>\n, <a href=notA.htm>Not Analysed</a>";
   d += "\n</font></BODY></HTML>\n";
   safe_ut.write_text((j2h + "/docu.htm").c_str(), d);
-  write_htm_lists();
   close_jscr();
   write_title_page();
 }
@@ -208,7 +209,6 @@ void Java2Htm::sample_overview() {
   seeAufrufe();
   show_Aufrufe();
   clock.step("call relation");
-  write_htm_lists();
   close_jscr();
   std::string t = head;
   t += "<center><br><br><font size=6>Sample Enterprise Java Beans</font><br><br>"
@@ -234,16 +234,4 @@ void Java2Htm::write_title_page() {
        " from the sources as they stand: code, comments and the lists of its classes.</font>"
        "</center></font></BODY></HTML>\n";
   safe_ut.write_text((j2h + "/1.htm").c_str(), t);
-}
-
-// htm.htm lists the text pages of HTML and JS sources, css.htm those of CSS.
-void Java2Htm::write_htm_lists() {
-  const char* names[] = {"htm.htm", "css.htm"};
-  const char* heads[] = {"HTML and JScript Sources", "Style Sheets"};
-  for (int i = 0; i < 2; i++) {
-    FILE* f = open_page(j2h + "/" + names[i], heads[i]);
-    for (const std::string& r : htmRows[i]) fputs(r.c_str(), f);
-    fprintf(f, "\n<br><br><font size=1>%zu Files</font></font></BODY></HTML>\n", htmRows[i].size());
-    safe_ut.close_FILE(&f, SRC, __LINE__);
-  }
 }

@@ -22,10 +22,6 @@ bool edge_of(const char* text, int& included, int& includer) {
   return true;
 }
 
-void close_page(FILE*& f) {
-  fputs("\n</font></BODY></HTML>\n", f);
-  safe_ut.close_FILE(&f, SRC, __LINE__);
-}
 }  // namespace
 
 // ------------------------------------------------------------ include lists
@@ -188,18 +184,18 @@ int Java2Htm::put_incs(FILE* out, int depth, const std::string& path, Btree* tre
   }
   FILE* to = out;
   FILE* cached = nullptr;
+  char* text = nullptr;
+  size_t textL = 0;
   Btree_st st;
   if (depth == 1) {
-    if (path.size() <= 252 && incFiles.Get(path.c_str(), st)) {
+    auto known = incFiles.find(path);
+    if (known != incFiles.end()) {
       fputs("<br>", out);
-      std::string text = safe_ut.read_text(st.c);
-      fwrite(text.data(), 1, text.size(), out);
+      fwrite(known->second.data(), 1, known->second.size(), out);
       return maxDepth;
     }
-    safe_ut.ensure_dir("tempNr");
-    std::string name = "tempNr/" + std::to_string(++incTexts);
-    tree_put(incFiles, path, name);
-    cached = to = safe_ut.create(name.c_str());
+    cached = to = open_memstream(&text, &textL);
+    if (!cached) exut.fail(__LINE__, SRC, "System: no memory for an include structure");
   } else if (depth > 1) {
     fputs("\n<br>", to);
   }
@@ -218,7 +214,9 @@ int Java2Htm::put_incs(FILE* out, int depth, const std::string& path, Btree* tre
     }
   }
   if (cached) {
-    safe_ut.close_FILE(&cached, SRC, __LINE__);
+    fclose(cached);
+    incFiles[path].assign(text, textL);
+    free(text);
     put_incs(out, depth, path, tree, pattern, kind);
   }
   return maxDepth;
@@ -233,8 +231,14 @@ void Java2Htm::put_incs_of_file(FILE* to, int depth, const std::string& path, Bt
   std::string text = safe_ut.read_text(real.c_str());
   size_t L = strlen(pattern);
   bool cpp = !strcmp(kind, "cpp");
-  for (size_t at = text.find(pattern); at != std::string::npos; at = text.find(pattern, at + L)) {
-    if (pattern[0] == '#' && at > 0 && !isspace((unsigned char)text[at - 1])) continue;
+  // The pattern in any case ("#include" is found by "#INC"), searched in a
+  // lower-case copy of the same length.
+  std::string low = text, pat = pattern;
+  for (char& c : low) c = (char)safe_uts::to_lower_char((unsigned char)c);
+  for (char& c : pat) c = (char)safe_uts::to_lower_char((unsigned char)c);
+  for (size_t at = low.find(pat); at != std::string::npos; at = low.find(pat, at + L)) {
+    // "#" stands behind a blank, or opens a comment: "<!--#include".
+    if (pattern[0] == '#' && at > 0 && !isspace((unsigned char)text[at - 1]) && text[at - 1] != '-') continue;
     size_t eol = text.find('\n', at);
     std::string line = text.substr(at + L, eol == std::string::npos ? std::string::npos : eol - at - L);
     size_t a = line.find_first_of(cpp ? "\"<" : "\"");

@@ -23,6 +23,33 @@ std::string base_name(const std::string& p) {
   return s == std::string::npos ? p : p.substr(s + 1);
 }
 
+// `path` with its "." and ".." steps resolved; "" when ".." leaves it.
+std::string normal_path(const std::string& path) {
+  std::vector<std::string> steps;
+  for (size_t a = 0; a <= path.size();) {
+    size_t e = path.find('/', a);
+    if (e == std::string::npos) e = path.size();
+    std::string s = path.substr(a, e - a);
+    a = e + 1;
+    if (s == "..") {
+      if (steps.empty()) return "";
+      steps.pop_back();
+    } else if (s != "." && !(s.empty() && !steps.empty())) {
+      steps.push_back(s);
+    }
+  }
+  std::string r;
+  for (size_t k = 0; k < steps.size(); k++) r += (k ? "/" : "") + steps[k];
+  return r;
+}
+
+// `path` resolved, when it lies below `root`; "" otherwise.
+std::string below_root(const std::string& path, const std::string& root_) {
+  std::string r = normal_path(path), root = normal_path(root_);
+  if (r.empty() || r.size() <= root.size() || r.compare(0, root.size(), root) || r[root.size()] != '/') return "";
+  return r;
+}
+
 bool has_key(Btree& t, const std::string& k) {
   if (k.empty() || k.size() > 252) return false;
   return t.contains(k.c_str()) != 0;
@@ -77,14 +104,21 @@ bool Java2Htm::make_path(const std::string& from, std::string& out, const std::s
     s++;
   }
   printf("\nno such inc_1: %s [aus f= %s]", name.c_str(), from.c_str());
-  // 2. The folders of the including file, upward to the root.
+  // 2. The folders of the including file, upward to the root: the name
+  // as a path relative to the folder ("../inc/x.inc": files of extensions
+  // the walk does not take have no tail), then its base name.
   std::string base = base_name(name), folder = from;
   while (shrink_path(folder) && (int)folder.size() >= rootLen) {
-    std::string cand = safe_ut.real_name((folder + "/" + base).c_str());
-    if (!base.empty() && safe_ut.ok_is_a(cand.c_str()) == 'f') {
-      lastReal = cand;
-      out = lower(cand);
-      return true;
+    for (const std::string& rel : {name, base}) {
+      if (rel.empty() || (&rel == &base && base == name)) continue;
+      std::string cand = below_root(folder + "/" + rel, root);
+      if (cand.empty()) continue;
+      cand = safe_ut.real_name(cand.c_str());
+      if (safe_ut.ok_is_a(cand.c_str()) == 'f') {
+        lastReal = cand;
+        out = lower(cand);
+        return true;
+      }
     }
   }
   printf("\nno such inc_2: %s [aus f= %s]", name.c_str(), from.c_str());

@@ -207,7 +207,9 @@ void Java2Htm::make_htm_dir(const char* exe_, const char* root_arg, const char* 
   phase7_java();
   phase8_class_lists();
   clock.step("6-8 Java");
-  // 9 JSP, 10 ASP: readers of later languages.
+  phase9_jsp();                                                              // 9 JSP
+  phase10_asp();                                                             // 10 ASP
+  clock.step("9-10 JSP, ASP");
   phase11_vb();                                                              // 11 VB
   phase12_classes();
   clock.step("11-12 VB, classes");
@@ -227,8 +229,13 @@ void Java2Htm::make_htm_dir(const char* exe_, const char* root_arg, const char* 
   show_incsMe_Relation();
   clock.step("include relation");
   phase19_bat();
-  // 20 PHP, 21 COBOL.
+  phase20_php();                                                             // 20 PHP
+  clock.step("20 PHP");
+  phase21_cobol();                                                           // 21 COBOL
+  clock.step("21 COBOL");
   phase22_closing();
+  add_htm_entry_Links();
+  ADD_namespaces_to_packages();
   clock.step("19-22 closing");
 }
 

@@ -17,6 +17,7 @@
 #pragma once
 
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -109,7 +110,12 @@ class Java2Htm : public ut_web {
   inc_tree incsMe{"incsMe"};      // "/<root>=<n>", "><n>=<root>" (numbers)
   inc_tree cppIncludes{"cppIncludes"}, jspIncludes{"jspIncludes"}, aspIncludes{"aspIncludes"};
   inc_tree notFound{"notFound"};  // include names without a file
-  inc_tree incFiles{"incFiles"};  // path -> cached text in tempNr
+  // path -> the include structure of that file as put_incs wrote it at
+  // level 1, for every later includer of the same file; kept in memory
+  // (a file per text in the work folder tempNr cost a file creation per
+  // include, most of the time of a large ASP tree), cleared after each
+  // language.
+  std::map<std::string, std::string> incFiles;
   int maxDepth = 0;               // deepest include level seen
   // Rows of the include structure beyond this nesting are not expanded:
   // bounds the work of deep chains (a chain of n files would otherwise
@@ -117,7 +123,6 @@ class Java2Htm : public ut_web {
   static constexpr int max_inc_depth = 64;
  private:
   std::string lastReal;           // real spelling of make_path's last result
-  int incTexts = 0;               // cached texts in tempNr
   std::unique_ptr<Btree> incVisited;  // paths put_incs has read
   int show_INCs(FILE* out, int root, Btree& seen);
   void show_includes(Btree& tree, const char* kind, const char* title, const char* file);
@@ -256,6 +261,100 @@ class Java2Htm : public ut_web {
   void SQL_to_htm();   // <root>/our_ERD.sql -> sql.htm
   void copy_er1();     // phase 17: <root>/er1.htm over <j2h>/er1.htm, with UMLDesComp
   // ============================= end of VB, SQL and ERD pages
+
+  // ============================= JSP and ASP pages (jsp_pages.cpp)
+  void phase9_jsp();    // jsp.htm, a page per JSP file, uses/, htm.htm, css.htm, JSP includes
+  void phase10_asp();   // asp.htm, a page per ASP file, ASP includes
+  // The page <nr2>.htm of JSP file `fNr` (kind 2), and asp<n>.htm of an
+  // ASP file (kind 3).  A file read before returns 0 at once; otherwise
+  // the deepest include level below the file.  An included file that
+  // has no page yet is read at once (deeper than `max_read_level` it
+  // waits for the end of the list).
+  int JSP_to_htm(int fNr);
+  int ASP_to_htm(int fNr);
+  // uses/00.htm with a page uses/0<i>.htm per class or package the JSP
+  // pages use, and htm.htm, css.htm of the text pages of the walk.
+  void JSP_uses();
+  // Name `name`, used by file `fNr` (shown as `path`) of language `lang`,
+  // into javaDefs: "<i>.<name>.<lang>" -> "<page>.htm~<path>".
+  void code_uses(const char* lang, int fNr, const std::string& path, const std::string& name);
+  inc_tree jspTree{"jspTree"}, aspTree{"aspTree"};  // lower-case path -> file number
+  std::set<std::string> serverDone;  // paths of the JSP and ASP pages written
+  std::vector<int> serverPending;    // included files left for the end of the list
+  // False when file `fNr` is written already, or is too deep to be read
+  // now (it then waits in serverPending); otherwise marks it done.
+  bool server_enter(int fNr);
+  int serverLevel = 0;               // nesting of included files being read
+  int jspSyntaxErrors = 0;           // running count of the unbalanced-quote reports
+  static constexpr int max_read_level = 32;
+ private:
+  void server_list(int kind, const char* file, const char* title, const char* links);
+  void htm_list(bool css);
+  void end_of_language();
+ public:
+  // ============================= end of JSP and ASP pages
+
+  // ============================= C# pages (cs_pages.cpp)
+  // The page of a ".cs" file (kind 5), handed over by CPP_to_htm.
+  int CSharp_to_htm(int fNr);
+  void ADD_namespaces_to_packages();  // phase 22: C# namespaces in packages.htm
+  // Phase 13, after the C and C++ files: csfs.htm lists the C# files, and
+  // each goes through CPP_to_htm to CSharp_to_htm.
+  void phase13_cs();
+  // "<namespace> . <class>~<member>" -> "<page>.htm#<anchor>" ("<member>"
+  // empty for the class itself); made on the first namespace.  The page's
+  // own list of the same names is kept by the reader for its tail.
+  std::unique_ptr<Btree> namespaceList;
+  long csNeLoCode = 0;  // neLoCode of the C# pages
+  int csCount = 0;      // C# files read
+  // ============================= end of C# pages
+
+  // ============================= PHP pages (php_pages.cpp)
+  void phase20_php();   // php.htm, a page per PHP file, phc.htm, phpdep.htm
+  // Class name (".2", ".3" ... for a name taken) -> "php/<page>.htm#<anchor>";
+  // made on the first class.
+  std::unique_ptr<Btree> phpClasses;
+  // ============================= end of PHP pages
+
+  // ============================= COBOL pages (cob_pages.cpp)
+  void phase21_cobol();        // cob.htm, a page per COBOL file, the relation and its pages
+  void add_htm_entry_Links();  // phase 22: CALL and COPY names linked through codef
+  // The page of file `fNr` (kind 6); returns the count of its commands.
+  int COB_to_htm(int fNr);
+  // A definition "p .. <name>" or "s .. <name>" at `page`#`anchor` of the
+  // source `relPath` into cobDefs; a second one is kept as
+  // "<entity>, redundant?".  `file` names the source in a failure.
+  void zu_codef(const std::string& entity, const std::string& relPath, const std::string& page, int anchor);
+  // The codef data of `name`, tried as written, upper and lower case; "".
+  std::string in_index(const std::string& name);
+  void see_EXEC_SQL_sections(const std::string& tablesFile);  // tables.xxx -> cobUses, cursorsTo
+  void see_table_synonyms();      // <root>/tables.sch -> synonyms
+  void complete_cobUses();        // cobUses -> cobUses.tr, closed
+  void cob_entity_pages();        // cobA/, cobB/, cobp.htm, cobs.htm
+  void DB_Cursors();              // curs.htm, curs/
+  void cob_file_dependencies();   // cobfA/, cobfB/, cobfp.htm, cobsA.htm
+  void cob_data_dependencies();   // cobt.htm, cobtA/
+  void tables_not_in_use(FILE* out, const std::set<std::string>& used);
+  void cob_entry_points();        // cobe.htm
+  // cobm.htm; returns the pairs (loser, winner) of relative paths.
+  std::vector<std::pair<std::string, std::string>> cob_multiples();
+  void hide_the_forget_files(const std::vector<std::pair<std::string, std::string>>& pairs);
+  void cob_no_sources();          // cobns.htm
+  // The list of forgotten sources, <j2h>/forget.lst: read by the walk
+  // before <j2h> is made anew; a path on it (relative to the root) is not
+  // taken by the walk and stays on the list.
+  void read_forget_list();
+  bool forgotten(const std::string& path) const;
+  std::set<std::string> forgetList;
+  inc_tree cobUses{"cobUses"};      // rows of the readers (see cob_reader.h), data "1~<link>"
+  inc_tree cobUsesTr{"cobUses.tr"}; // the closure
+  inc_tree cursorsTo{"cursorsTo"};  // cursor -> link of its declaration
+  inc_tree cursorsIn{"cursorsIn"};  // "c .. <cursor>~p .. <program>" -> link of the program
+  inc_tree synonyms{"synonyms"};    // synonym -> table
+  std::set<std::string> noSource;   // entities needed but defined nowhere
+  std::set<std::string> cobDone;    // paths read (erledigt)
+  int cobCalls = 0;                 // COBOL files read
+  // ============================= end of COBOL pages
 
   // The Java stop set, filled in phase 3.
   str_set javaStops;
@@ -413,10 +512,9 @@ class Java2Htm : public ut_web {
   // The offset of the common package prefix after `package` (see packages.htm).
   static int prefix_cut(int offset, const std::string& package);
  private:
-  void write_htm_lists();
   Btree fileNrs;       // path key -> number, for srcfile
   std::vector<std::pair<std::string, bool>> listing;  // the walk: path, is a folder
-  std::vector<std::string> htmRows[2];  // rows of htm.htm (HTML, JS) and css.htm
+  std::vector<int> htmTags;  // "<" of each htms page, by its number - 1
   bool archive = false;
   std::vector<std::string> ignored;  // extensions printed as ignored
   std::vector<std::pair<std::string, int>> htmList;  // "%s~%i" rows of htms pages

@@ -83,6 +83,10 @@ void Java2Htm::phase3_listing() {
   std::string j1 = "\n" + root;
   for (auto& e : listing) j1 += "\n" + e.first;
   safe_ut.write_text("__j1", j1);
+  // The sources an earlier run chose to forget (duplicates that lost, see
+  // hide_the_forget_files): their list lives in <j2h>, so it is read before
+  // <j2h> is made anew.
+  read_forget_list();
   if (!safe_ut.rm_tree_below(root.c_str(), j2h)) exut.fail(__LINE__, SRC, "System: cannot remove %s", j2h.c_str());
   dir_with_css(j2h);
   safe_ut.ensure_dir((j2h + "/index").c_str());
@@ -129,6 +133,9 @@ void Java2Htm::walk_line(walk_state& w, const std::string& path, bool is_dir) {
     return;
   }
   if (is_dir) return;
+  // A source on the list of forgotten duplicates is not taken (the file
+  // itself stays as it is).
+  if (forgotten(path)) return;
   std::string ext = extension_of(path);
   if (ext.empty()) return;
   if (ext != ".pdf") w.sizes[ext] += safe_ut.file_size(path.c_str());
@@ -225,9 +232,8 @@ void Java2Htm::htms_page(const std::string& path, const std::string& ext) {
   safe_ut.write_FILE(f, out.data(), (long)out.size());
   fprintf(f, "</pre>\n<br><font size=1>%i HTM Commands = <br>%s</font></BODY></HTML>\n", tags, name.c_str());
   safe_ut.close_FILE(&f, SRC, __LINE__);
-  char row[64];
-  snprintf(row, sizeof row, "\n<br><a href=\"htms/%i.htm\" TARGET=\"frame3\">", nr);
-  htmRows[ext == ".css" ? 1 : 0].push_back(row + name + "</a>");
+  htmList.push_back({shown(path), nr});  // htm.htm and css.htm are written with the JSP pages
+  htmTags.push_back(tags);
 }
 
 // Archive mode: the tree is re-created under ourRoot, folders made and

@@ -24,6 +24,15 @@ all=(rbuffer_fuzz clean_fuzz link_check_fuzz wconf_fuzz btree_file_fuzz btree_op
      cards_fuzz sections_fuzz profile_fuzz sort_fuzz hotspots_fuzz topic_search_fuzz j2h_root_fuzz
      java_reader_fuzz code_tidy_fuzz call_relation_fuzz cpp_reader_fuzz include_relation_fuzz)
 all+=(vb_reader_fuzz erd_reader_fuzz)
+# JSP and ASP readers
+all+=(jsp_reader_fuzz asp_reader_fuzz)
+# end of JSP and ASP readers
+# C# and PHP readers
+all+=(cs_reader_fuzz php_reader_fuzz)
+# end of C# and PHP readers
+# COBOL reader
+all+=(cob_reader_fuzz)
+# end of COBOL reader
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || targets=("${all[@]}")
 build=${BRELMOT_FUZZ_BUILD:-$src/build-fuzz}
@@ -75,6 +84,20 @@ seeds_of() {
     vb_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/vb_reader/* "$src"/examples/trees/vb/*.vbs \
                           "$src"/examples/trees/vb/*/*.bas ;;
     erd_reader_fuzz) ls -d "$src"/examples/trees/erd/our_ERD.* ;;
+    # JSP and ASP readers
+    jsp_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/jsp_reader/* "$src"/examples/trees/jsp/*/*.jsp \
+                           "$src"/examples/trees/jsp/*/*/*.jsp ;;
+    asp_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/asp_reader/* "$src"/examples/trees/asp/*.asp \
+                           "$src"/examples/trees/asp/*/*.asp "$src"/examples/trees/asp/*/*.inc ;;
+    # end of JSP and ASP readers
+    # C# and PHP readers
+    cs_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/cs_reader/* "$src"/examples/trees/cs/*/*.cs ;;
+    php_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/php_reader/* "$src"/examples/trees/php/*.php \
+                           "$src"/examples/trees/php/*/*.php ;;
+    # end of C# and PHP readers
+    # COBOL reader
+    cob_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/cob_reader/* "$src"/examples/trees/cobol/*/*.c?? ;;
+    # end of COBOL reader
   esac 2>/dev/null || true
 }
 

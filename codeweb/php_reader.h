@@ -1,0 +1,78 @@
+// The reader of one PHP source: the text of its page <j2h>/php/<n/100>/<n%100>.htm
+// and the classes, functions and "require"/"include" edges of the file.
+//
+// The page is a mix of code blocks and text: what stands before the first
+// "<?" is shown as a comment, the PHP parts are code blocks ("<pre>"), the
+// HTML parts between "?>" and "<?" are text (their "<!-- -->" comments as
+// comments).  A seam "?>" + "<?php" with only white space between is
+// dropped.  In the code:
+//  - strings ('...', "...", heredoc and nowdoc "<<<ID") and comments ("//",
+//    "#", "/* */") are shown as such; a "?>" inside them changes nothing;
+//  - "echo \"" and "print \"" show their string with each quote as "&#34;";
+//  - "class", "interface", "trait" and "function <name>" get a section head
+//    with an anchor (c<i>, f<i>) in front of their line, with the words in
+//    front of "function" (public, static, ...) as its visibility;
+//  - "$name" at the start of a line outside any braces is a global (g<i>);
+//  - "require" and "include" (also "_once", any case) as the first word of
+//    a line link the file the last string of the statement names, when the
+//    `resolve` callback finds it.
+// Braces are counted to know where a class ends.  No input ends the run: the
+// reader only ever writes a page.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "codeweb/page_texts.h"
+
+class php_reader {
+ public:
+  struct member {
+    std::string cls;     // the enclosing class, "" outside
+    std::string name;
+    std::string kind;    // "class", "function", "global"
+    std::string anchor;  // on the page
+  };
+  struct target {
+    int nr = 0;          // file number, 0 when not found
+    std::string href;    // link relative to the page
+  };
+
+  // The page text of `text`, shown as `path`.
+  std::string page_of(const std::string& text, const std::string& path);
+
+  std::function<target(const std::string& name)> resolve;
+  std::string page_head = page_texts::head;
+  std::string title_head = page_texts::title_head;
+  std::string title_tail = page_texts::title_tail;
+  std::string up = "../../";  // from the page to the web's folder
+
+  std::vector<member> members;  // in page order
+  std::vector<int> reached;     // file numbers reached by require/include
+
+ private:
+  void php_part();
+  void html_part();
+  void php_step();
+  void flush_line();
+  void string_literal(char q);
+  void heredoc();
+  void comment(bool block);
+  void echo_string(size_t word_end);
+  bool require_line(size_t word_end);
+  void head(const char* kind, size_t name_at);
+  bool word_is(size_t at, const char* w) const;
+  bool first_on_line(size_t at) const;
+
+  std::string t_;
+  size_t i_ = 0;
+  std::string out_, line_, pending_head_;
+  bool php_ = false;
+  bool line_in_php_ = false;  // the line began inside a code block
+  int depth_ = 0;
+  int class_depth_ = -1;
+  std::string class_, pending_class_;
+  int anchors_ = 0;
+  std::vector<std::string> globals_;
+};

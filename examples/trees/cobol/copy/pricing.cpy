@@ -1,0 +1,4 @@
+       01 PRICE-TABLE.
+          05 PRICE-ENTRY OCCURS 20 TIMES.
+             10 PRICE-CODE   PIC X(4).
+             10 PRICE-AMOUNT PIC 9(7)V99.
