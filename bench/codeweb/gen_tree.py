@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """A deterministic source tree of realistic shape for the code web benchmark.
 
-    gen_tree.py OUT_DIR KLOC [--seed N] [--lang java|cpp] [--max-files N]
+    gen_tree.py OUT_DIR KLOC [--seed N] [--lang LANG] [--max-files N]
 
 Writes about KLOC thousand lines of Java below OUT_DIR/src: packages of 5 to
 40 files, files of 40 to 900 lines (most short, a few long, as in real
@@ -10,7 +10,10 @@ line comments, a licence header), classes with fields, constructors, methods
 of default and public visibility, nested classes, interfaces, enums,
 generics, annotations, lambdas, string literals with braces and quotes.
 With --lang cpp the tree is C and C++ instead (gen_cpp.py), its files
-sized so that KLOC fits within --max-files (default 9,900).
+sized so that KLOC fits within --max-files (default 9,900); cobol,
+cobol-closure (2,000 programs, 5,000 copybooks, 500 tables at KLOC 100 or
+0, half of each at 50), vb, jsp, asp, cs, php and sql write the other languages
+(gen_more.py).
 The same seed and size give the same bytes.
 """
 import argparse
@@ -19,6 +22,7 @@ import random
 
 from gen_words import WORDS, ident
 from gen_cpp import write_cpp_tree
+from gen_more import WRITERS
 
 
 def method(rng, out, indent, name, visibility):
@@ -76,7 +80,7 @@ def main():
     ap.add_argument("out")
     ap.add_argument("kloc", type=int)
     ap.add_argument("--seed", type=int, default=1)
-    ap.add_argument("--lang", default="java", choices=["java", "cpp"])
+    ap.add_argument("--lang", default="java", choices=["java", "cpp"] + sorted(WRITERS))
     ap.add_argument("--max-files", type=int, default=9900)
     a = ap.parse_args()
     rng = random.Random(a.seed)
@@ -84,6 +88,10 @@ def main():
     if a.lang == "cpp":
         files, written = write_cpp_tree(rng, a.out, target, a.max_files)
         print(f"{files} files, {written} lines in {a.out}/src")
+        return
+    if a.lang in WRITERS:
+        files, written = WRITERS[a.lang](rng, a.out, target, a.max_files)
+        print(f"{files} files, {written} lines in {a.out}")
         return
     written = files = 0
     p = 0

@@ -10,9 +10,12 @@
 #
 # Without TREE, generated trees are measured (bench/codeweb/gen_tree.py):
 # CODE=java (default) 200 kLOC of Java, CODE=cpp C and C++ at 45, 30 and
-# 90 kLOC; SIZES="..." chooses other sizes.  A generated 2 MLOC tree (within
-# 9,900 files) follows either way unless BIG=0 (BIG_RUNS runs of each tool
-# there, default RUNS; RUNS defaults to 3).  With J2H_PHASE_TIMES set, j2h
+# 90 kLOC, CODE=cobol 275 kLOC and then the closure trees (1,000 programs,
+# 2,500 copybooks, 250 tables, and twice that), CODE=vb|jsp|asp|cs|php|sql
+# 100 and 200 kLOC; SIZES="..." chooses other sizes.  A generated big tree
+# (within 9,900 files) follows unless BIG=0: 2 MLOC for Java and C++, 1 MLOC
+# for VB, none for the others (BIG_RUNS runs of each tool there, default
+# RUNS; RUNS defaults to 3).  With J2H_PHASE_TIMES set, j2h
 # reports the share of its phases.  TOOLS="j2h doxygen global" picks the
 # tools that run.  Installs doxygen, global and time with
 # apt-get when they are missing.  Not part of CI.
@@ -34,7 +37,8 @@ trap 'rm -rf "$work"' EXIT
 kloc_of() {
   find "$1" -type f \( -name '*.java' -o -name '*.c' -o -name '*.h' -o -name '*.cpp' -o -name '*.cc' \
     -o -name '*.hpp' -o -name '*.hh' -o -name '*.cxx' -o -name '*.hxx' -o -name '*.cs' -o -name '*.php' -o -name '*.jsp' -o -name '*.js' -o -name '*.html' \
-    -o -name '*.htm' -o -name '*.css' -o -name '*.cbl' -o -name '*.cob' -o -name '*.vb' -o -name '*.sql' \) \
+    -o -name '*.htm' -o -name '*.css' -o -name '*.cbl' -o -name '*.cob' -o -name '*.cpy' -o -name '*.pco' \
+    -o -name '*.bas' -o -name '*.vbs' -o -name '*.asp' -o -name '*.sql' \) \
     -print0 | xargs -0 cat 2>/dev/null | wc -l | awk '{printf "%.1f", $1 / 1000}'
 }
 
@@ -84,7 +88,9 @@ measure_tree() {
   [[ $tools == *" j2h "* ]] && run j2h "$src" "$j2h" .
   doxyfile
   [[ $tools == *" doxygen "* ]] && run doxygen "$src" doxygen "$work/Doxyfile"
-  [[ $tools == *" global "* ]] && run global "$src" sh -c 'gtags && htags -s -q >/dev/null'
+  # gtags parses C, C++, Java and PHP; the files of other languages it
+  # lists as other files, which htags shows as plain source pages (--other)
+  [[ $tools == *" global "* ]] && run global "$src" sh -c 'gtags && htags -s -q --other >/dev/null'
   return 0
 }
 
@@ -92,15 +98,31 @@ code=${CODE:-java}
 if [ -n "$tree" ]; then
   measure_tree "$(basename "$tree")" "$(realpath "$tree")"
 else
-  default_sizes=200
-  [ "$code" = cpp ] && default_sizes="45 30 90"
+  case $code in
+    java) default_sizes=200 ;;
+    cpp) default_sizes="45 30 90" ;;
+    cobol) default_sizes=275 ;;
+    *) default_sizes="100 200" ;;
+  esac
   for k in ${SIZES:-$default_sizes}; do
     python3 "$here/gen_tree.py" "$work/gen$k" "$k" --seed 1 --lang "$code" >/dev/null
     measure_tree "generated $code $k kLOC" "$work/gen$k"
     rm -rf "$work/gen$k"
   done
 fi
-if [ "${BIG:-2000}" != 0 ]; then
-  python3 "$here/gen_tree.py" "$work/genbig" "${BIG:-2000}" --seed 2 --lang "$code" >/dev/null
-  RUNS=${BIG_RUNS:-${RUNS:-3}} measure_tree "generated $code ${BIG:-2000} kLOC" "$work/genbig"
+if [ -z "$tree" ] && [ "$code" = cobol ] && [ "${CLOSURE:-1}" != 0 ]; then
+  for pct in 50 100; do
+    python3 "$here/gen_tree.py" "$work/closure$pct" "$pct" --seed 3 --lang cobol-closure >/dev/null
+    measure_tree "COBOL closure tree at $pct %" "$work/closure$pct"
+    rm -rf "$work/closure$pct"
+  done
+fi
+case $code in
+  java|cpp) big=${BIG:-2000} ;;
+  vb) big=${BIG:-1000} ;;
+  *) big=${BIG:-0} ;;
+esac
+if [ "$big" != 0 ]; then
+  python3 "$here/gen_tree.py" "$work/genbig" "$big" --seed 2 --lang "$code" >/dev/null
+  RUNS=${BIG_RUNS:-${RUNS:-3}} measure_tree "generated $code $big kLOC" "$work/genbig"
 fi
