@@ -297,7 +297,7 @@ void Java2Htm::ADD_inc_structure() {
   }
   for (auto [n, jsp] : files) {
     std::string page = j2h + "/" + nr2(n) + ".htm";
-    safe_ut.ensure_dir(page.substr(0, page.rfind('/')).c_str());
+    dir_with_css(page.substr(0, page.rfind('/')));
     FILE* out = safe_ut.open_append(page.c_str());
     if (!out) exut.fail(__LINE__, SRC, "Assertion: cannot append to %s", page.c_str());
     Btree seen;

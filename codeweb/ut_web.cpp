@@ -1,7 +1,10 @@
 // The page frame of the code web.
 #include "codeweb/ut_web.h"
 
+#include <unordered_set>
+
 #include "engine/ut_htm.h"
+#include "runtime/file_ops.h"
 #include "runtime/safe_uts.h"
 
 namespace {
@@ -23,15 +26,21 @@ const char* const blanks =
     " &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp; &nbsp;"
     " &nbsp;";
 
-
 }  // namespace
 
 ut_web::ut_web() : head(page_head), title_head(table_head), title_tail(table_tail), filler(blanks) {}
 
 void ut_web::dir_with_css(const std::string& dir) {
+  // Called for every page: a folder made earlier in this process costs one
+  // look at its sheet instead of the folder's write probe.  A folder removed
+  // since (a later build in the same process) has no sheet and is made anew.
+  static std::unordered_set<std::string> made;
+  std::string css = dir + "/j2h.css";
+  if (made.count(dir) && file_ops::is_file(css)) return;
   safe_ut.ensure_dir(dir.c_str());
   // One sheet for all code pages, the web's own included.
-  ut_htm::j2h_css((dir + "/j2h.css").c_str());
+  ut_htm::j2h_css(css.c_str());
+  made.insert(dir);
 }
 
 void ut_web::title_table(FILE* f, const char* title) {
