@@ -6,7 +6,6 @@
 // both names).  The last test runs j2h on a Java tree.
 #include <gtest/gtest.h>
 
-#include <chrono>
 
 #include "tests/codeweb/codeweb_util.h"
 
@@ -172,9 +171,7 @@ TEST(ClassMaps, CyclesAndDeepHierarchiesEnd) {
     w.cls(n, "c" + std::to_string(10 + i) + "/1.htm#0");
     if (i + 1 < deep) put(w.web.superClasses, n + "~D" + std::to_string(10001 + i), "");
   }
-  auto t0 = std::chrono::steady_clock::now();
   w.run();
-  EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::seconds(20));
   std::string a = w.map_of("A");
   EXPECT_EQ(count_of(a, "<a href=../c0001.htm#0>A</a>"), 2) << a;  // the head and the map, no repeat
   EXPECT_TRUE(has(a, "\n<br>sc . &nbsp; <a href=../c0002.htm#0>B</a>\n<br><br><font size=1>1 subclass</font>")) << a;

