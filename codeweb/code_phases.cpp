@@ -120,6 +120,10 @@ void Java2Htm::closing_files() {
   } else {
     exut.show_str("j2h", j2h.c_str());
   }
+  if (dvcAtStart) {
+    safe_ut.system("+diffsm M xx_src xx_dvc > src_dvc_diff");
+    printf("\no k  -  see src_dvc_diff\n");
+  }
   name_ALL_code_docu_files();
   for (const char* f : {"__j1", "__j2"})
     if (safe_ut.ok_is_a(f) == 'f') safe_ut.remove_file(f);

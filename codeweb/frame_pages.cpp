@@ -182,9 +182,18 @@ void Java2Htm::phase17_overview() {
     d += "\n, <a href=UML.htm>UML</a>, <a href=meter.htm>Metrics</a>";
   }
   if (safe_ut.ok_is_a((root + "/alles_dep").c_str()) == 'f') d += "\n, <a href=MoDep.htm>Modules</a>";
+  // The report pages are written in any case (cpp.htm links them); the
+  // overview names only those whose tree a reader made.
+  show_DLLs();
+  show_Exceptions();
+  show_statics();
+  if (dlls) d += "\n, <a href=DLLs.htm>DLLs</a>";
+  if (exceptions) d += "\n, <a href=exps.htm>Exceptions</a>";
+  if (statics) d += "\n, <a href=stat.htm>Statics</a>";
   clock.step("16-17 overview");
   seeAufrufe();
   show_Aufrufe();
+  show_notA();
   clock.step("call relation");
   d += "\n<br><br>Calls: <a href=rufA.htm>Callers</a>\n, <a href=rufe.htm>Calls</a>\n, <a href=ALLf.htm>Functions</a>"
        "\n<br><a href=fdep.htm>File Dependencies</a>\n, <a href=trus.htm>Traced</a>\n, <a href=notA.htm>Not Analysed</a>";

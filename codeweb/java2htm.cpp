@@ -34,6 +34,7 @@ Java2Htm::Java2Htm() : javaStops("javaStops") {
   fKind.push_back(0);
   is_inc_for.push_back(0);
   // The work files of the readers, in the working folder, made at once.
+  dvcAtStart = safe_ut.ok_is_a("xx_dvc") == 'f';
   for (const char* f : {"xx_src", "xx_code_mo", "xx_ALLRose", "xx_ALLRose.sk", "xx_ALLCode"})
     safe_ut.write_text(f, "");
 }
@@ -218,16 +219,23 @@ void Java2Htm::make_htm_dir(const char* exe_, const char* root_arg, const char* 
   phase14_class_pages();                                                     // 14
   phase15_types();                                                           // 15
   show_notFound();
+  phase15_reports();
   clock.step("14-15 class maps, types");
   phase16_ourDoc();
   phase17_overview();
   clock.step("16-17 overview");
-  ADD_inc_structure();                                                       // 18
+  show_imports();                                                            // 18
+  ADD_inc_structure();
   clock.step("include relation");
+  create_exe_List(true);
+  create_exe_List(false);
   show_rootClasses();
   clock.step("18 roots");
   show_incsMe_Relation();
   clock.step("include relation");
+  code_vs_rose();
+  code_vs_ccom();
+  show_metrics();
   phase19_bat();
   phase20_php();                                                             // 20 PHP
   clock.step("20 PHP");

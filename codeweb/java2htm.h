@@ -467,6 +467,41 @@ class Java2Htm : public ut_web {
   static constexpr int max_map_rows = 20000;  // rows of one hierarchy on one page
   // ============================= end of class maps
 
+  // ============================= report pages (report_lists.cpp)
+  // Lists of what the readers collected, each with its title and count
+  // line.  A page that a fixed menu links is written even with an empty
+  // tree.
+  void phase15_reports();                 // cppmains, defines, ddxcode, alles, des
+  void show_cppMains();
+  void show_defines();
+  void show_design();
+  void show_DLLs();                       // phase 17
+  void show_Exceptions();
+  void show_statics();
+  void show_notA();
+  void create_exe_List(bool shortNames);  // phase 18: exes.htm, exe.htm
+  // ----------------------------- metrics (metrics_pages.cpp)
+  void code_vs_rose();                    // phase 18, an empty step
+  void code_vs_ccom();                    // code_ccom_diff, rose_ccom_diff
+  void show_metrics();                    // meter.htm, meter/
+  void diff_to_htm(FILE* meter, const std::string& diffFile, const char* label);
+  void check_code_rose_diff();            // not_in_code.bat
+  static std::string not_in_code_bat(const std::string& diffText);
+  std::string roseDiff, ccomDiff;         // names of the differences made, empty when not
+  bool dvcAtStart = false;                // "xx_dvc" was there at construction
+  // 1234567 as "1.234.567", 0 as "0"; above 999.999.999 the assertion L.
+  static std::string dotted_size(long long bytes);
+  std::string source_of_page(const std::string& page) const;
+  std::vector<std::string> notAnalysed;   // files of no taken kind, for notA.htm
+  // ----------------------------- imports (import_pages.cpp), phase 18
+  struct importer_row {
+    std::string package, page;  // the importing file's package and page
+  };
+  void show_imports();  // uses/0.htm, uses/<i>.htm
+  void the_useOf(const std::map<std::string, std::vector<importer_row>>& byName);  // u/<n>.htm, nn.htm
+  void note_not_analysed(const std::string& path);
+  // ============================= end of report pages
+
  private:
   struct walk_state;
   void phase1_args(const char* root_arg);

@@ -259,7 +259,10 @@ void java_reader::method(size_t p) {
     }
     int m = (int)web_.mains.size();
     mark(fmt("<a name=m%i></a>", m));
-    web_.mains.push_back({page_ + fmt("#m%i", m), outer_, src_});
+    // The full class name: package, outer classes, class ("a.b.Outer.Inner").
+    std::string full = package_.empty() ? outer_ : package_ + "." + outer_;
+    for (size_t d = full.find(" . "); d != std::string::npos; d = full.find(" . ", d + 1)) full.replace(d, 3, ".");
+    web_.mains.push_back({page_ + fmt("#m%i", m), full, src_});
   }
   code(" <a href=\"#" + outer_ + "\">" + name + "</a>");
   i_ = ne;

@@ -137,10 +137,14 @@ void Java2Htm::walk_line(walk_state& w, const std::string& path, bool is_dir) {
   // itself stays as it is).
   if (forgotten(path)) return;
   std::string ext = extension_of(path);
-  if (ext.empty()) return;
+  if (ext.empty()) {
+    note_not_analysed(path);
+    return;
+  }
   if (ext != ".pdf") w.sizes[ext] += safe_ut.file_size(path.c_str());
   if (!is_taken(ext)) {
     if (w.ignored.insert(ext).second) printf("\nignored: *%s", ext.c_str());
+    note_not_analysed(path);
     return;
   }
   // A file that cannot be read to its end (no right to read it, a pipe, a
@@ -234,6 +238,22 @@ void Java2Htm::htms_page(const std::string& path, const std::string& ext) {
   safe_ut.close_FILE(&f, SRC, __LINE__);
   htmList.push_back({shown(path), nr});  // htm.htm and css.htm are written with the JSP pages
   htmTags.push_back(tags);
+}
+
+// notA.htm lists the files no reader takes, except the files that runs of
+// this program write beside the sources (the alles_* concatenations, the
+// .xxx files, No_trace_for, the exchange folder index/): a second run must
+// list what the first one listed.
+void Java2Htm::note_not_analysed(const std::string& path) {
+  if (path.compare(0, root.size() + 7, root + "/index/") == 0) return;
+  size_t slash = path.rfind('/');
+  if (slash == root.size() && path.compare(0, root.size(), root) == 0) {
+    std::string name = path.substr(slash + 1);
+    if (name.compare(0, 6, "alles_") == 0 || name == "No_trace_for" ||
+        (name.size() > 4 && name.compare(name.size() - 4, 4, ".xxx") == 0))
+      return;
+  }
+  notAnalysed.push_back(path);
 }
 
 // Archive mode: the tree is re-created under ourRoot, folders made and

@@ -107,7 +107,7 @@ TEST(JavaPage, MainMethodsAreAnchoredAndCounted) {
   EXPECT_TRUE(has(code, "<a name=1></a><a name=m0></a> <a href=\"#M\">main</a>")) << code;
   ASSERT_EQ(web.mains.size(), 1u);
   EXPECT_EQ(web.mains[0].link, "c0001.htm#m0");
-  EXPECT_EQ(web.mains[0].cls, "M");
+  EXPECT_EQ(web.mains[0].cls, "a.M");  // the full class name
   // The 1000th main of a code web ends the run.
   web.mains.resize(java_trees::max_mains - 1);
   java_reader reader(web);

@@ -33,6 +33,7 @@ all+=(cs_reader_fuzz php_reader_fuzz)
 # COBOL reader
 all+=(cob_reader_fuzz)
 # end of COBOL reader
+all+=(rose_diff_fuzz)
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || targets=("${all[@]}")
 build=${BRELMOT_FUZZ_BUILD:-$src/build-fuzz}
@@ -98,6 +99,7 @@ seeds_of() {
     # COBOL reader
     cob_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/cob_reader/* "$src"/examples/trees/cobol/*/*.c?? ;;
     # end of COBOL reader
+    rose_diff_fuzz) ls -d "$src"/tests/fuzz/seeds/rose_diff/* ;;
   esac 2>/dev/null || true
 }
 

@@ -1,0 +1,35 @@
+// The model difference meter/code_rose_diff.htm, placed by an outside step,
+// read into the script not_in_code.bat: never a crash, and every line of
+// the script is its head or a grep of one plain class name.
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "codeweb/java2htm.h"
+#include "tests/fuzz/fuzz_util.h"
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
+  fuzz::init(argc, argv);
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  std::string bat;
+  std::string text((const char*)data, size);
+  if (!fuzz::accepted([&] { bat = Java2Htm::not_in_code_bat(text); })) return 0;
+  const std::string head = "\n: UML Classes not found in Code (?):\n";
+  if (bat.compare(0, head.size(), head) != 0) fuzz::finding("the script has no head");
+  for (size_t p = head.size(); p < bat.size();) {
+    size_t e = bat.find('\n', p + 1);
+    std::string line = bat.substr(p, e == std::string::npos ? std::string::npos : e - p);
+    const std::string pre = "\n  grep ", post = " ../alles_x";
+    if (line.compare(0, pre.size(), pre) != 0 || line.size() <= pre.size() + post.size() ||
+        line.compare(line.size() - post.size(), post.size(), post) != 0)
+      fuzz::finding("a line that is no grep", line);
+    std::string name = line.substr(pre.size(), line.size() - pre.size() - post.size());
+    for (char c : name)
+      if (!isalnum((unsigned char)c) && !strchr("_$.:-", c)) fuzz::finding("a name that a shell could read", name);
+    p = e == std::string::npos ? bat.size() : e;
+  }
+  return 0;
+}
