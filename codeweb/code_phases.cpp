@@ -51,6 +51,8 @@ void Java2Htm::phase6_documents() {
 }
 
 void Java2Htm::phase7_java() {
+  extract_from_mak();
+  show_maks();
   check_jnt = safe_ut.create("check.jnt");
   for (int n = 1; n <= cfNr; n++) {
     if (fKind[n] != k_java) continue;

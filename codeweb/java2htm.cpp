@@ -224,7 +224,8 @@ void Java2Htm::make_htm_dir(const char* exe_, const char* root_arg, const char* 
   phase16_ourDoc();
   phase17_overview();
   clock.step("16-17 overview");
-  show_imports();                                                            // 18
+  cpp_Dialogs();                                                             // 18
+  show_imports();
   ADD_inc_structure();
   clock.step("include relation");
   create_exe_List(true);

@@ -493,6 +493,18 @@ class Java2Htm : public ut_web {
   static std::string dotted_size(long long bytes);
   std::string source_of_page(const std::string& page) const;
   std::vector<std::string> notAnalysed;   // files of no taken kind, for notA.htm
+  // ----------------------------- make files and resources (alles_pages.cpp)
+  void extract_from_mak();  // phase 7: makRows from <root>/alles_mak
+  void show_maks();         // maks.htm, bins.htm
+  void cpp_Dialogs();       // phase 18: dialogs.htm from <root>/alles_rc
+  // The rows of a concatenation of make files added to `rows`, as (object,
+  // project); `files` counts the "file: " heads.
+  static std::vector<std::pair<std::string, std::string>> mak_rows(const std::string& text,
+                                                                   std::set<std::string>& rows, int& files);
+  // The list and the sections of dialogs.htm; `n` counts the dialogs.
+  static std::string dialogs_of(const std::string& rc, unsigned& n);
+  std::set<std::string> makRows;  // "<object>~<project>~<target>"
+  int makFiles = 0;
   // ----------------------------- imports (import_pages.cpp), phase 18
   struct importer_row {
     std::string package, page;  // the importing file's package and page

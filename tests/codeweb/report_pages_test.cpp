@@ -176,3 +176,32 @@ TEST(Metrics, ADiffWithoutItsTailsFailsAndTheModelDiffGivesGrepLines) {
   testing::internal::GetCapturedStdout();
   EXPECT_EQ(read_file("src/j2h/not_in_code.bat"), "\n: UML Classes not found in Code (?):\n\n  grep Customer ../alles_x");
 }
+
+TEST(ReportPages, MakeFilesAndDialogsFromTheConcatenations) {
+  TempDir t;
+  write_file("src/app/app.mak",
+             "# a comment with x.obj\nPROJ=app\nALL : \"$(OUTDIR)\\app.exe\"\n"
+             "LINK32_OBJS= \\\n\t\"$(INTDIR)\\main.obj\" \\\n\t\"$(INTDIR)\\view.obj\"\n"
+             "\"$(INTDIR)\\main.obj\" : main.cpp\n");
+  write_file("src/lib/core.mak", "PROJ=core\nALL : \"$(OUTDIR)\\core.dll\"\nOBJS= main.obj\n");
+  write_file("src/app/app.rc",
+             "#include \"resource.h\"\nIDD_ABOUTBOX DIALOGEX 0, 0, 235, 55\nBEGIN\n    LTEXT \"A < B\",-1\nEND\n"
+             "IDD_MAIN DIALOG 0, 0, 100, 50\nBEGIN\nEND\nIDR_MENU MENU\nBEGIN\nEND\n");
+  std::string out = build("src");
+  EXPECT_TRUE(has(out, "\ncomp: main.obj = app")) << out;
+  EXPECT_TRUE(has(out, "\ncomp: main.obj = core"));
+  EXPECT_FALSE(has(out, "comp: x.obj"));
+  std::string maks = read_file("src/j2h/maks.htm");
+  EXPECT_TRUE(has(maks, "Binary Code Structure"));
+  EXPECT_TRUE(has(maks, "<td>main.obj</td><td>app</td><td>$(OUTDIR)\\app.exe</td>")) << maks;
+  EXPECT_TRUE(has(maks, "\n</table>\n<font size=1> 2 obj files, 2 mak files</font>")) << maks;
+  std::string bins = read_file("src/j2h/bins.htm");
+  EXPECT_TRUE(has(bins, "Make File Results: DLL, LIB, EXE"));
+  EXPECT_TRUE(has(bins, "\n</table>\n<font size=1> 2 obj files, 2 make files</font>"));
+  std::string d = read_file("src/j2h/dialogs.htm");
+  EXPECT_TRUE(has(d, "There are 2 Dialogs:")) << d;
+  EXPECT_TRUE(has(d, "\nDialog &nbsp; <a href=#IDD_ABOUTBOX>IDD_ABOUTBOX</a><br>"));
+  EXPECT_TRUE(has(d, "LTEXT \"A &lt; B\",-1\nEND</pre>")) << d;
+  EXPECT_FALSE(has(d, "IDR_MENU"));
+  EXPECT_TRUE(has(d, "\n<br><font size=1>2 Dialogs</font>"));
+}

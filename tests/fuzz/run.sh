@@ -33,7 +33,7 @@ all+=(cs_reader_fuzz php_reader_fuzz)
 # COBOL reader
 all+=(cob_reader_fuzz)
 # end of COBOL reader
-all+=(rose_diff_fuzz)
+all+=(rose_diff_fuzz alles_fuzz)
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || targets=("${all[@]}")
 build=${BRELMOT_FUZZ_BUILD:-$src/build-fuzz}
@@ -100,6 +100,7 @@ seeds_of() {
     cob_reader_fuzz) ls -d "$src"/tests/fuzz/seeds/cob_reader/* "$src"/examples/trees/cobol/*/*.c?? ;;
     # end of COBOL reader
     rose_diff_fuzz) ls -d "$src"/tests/fuzz/seeds/rose_diff/* ;;
+    alles_fuzz) ls -d "$src"/tests/fuzz/seeds/alles/* ;;
   esac 2>/dev/null || true
 }
 
