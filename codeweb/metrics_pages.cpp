@@ -112,12 +112,14 @@ void Java2Htm::diff_to_htm(FILE* meter, const std::string& diffFile, const char*
 }
 
 // meter/code_rose_diff.htm is placed by a step outside this program.  Its
-// accepted line shape, the one every reader of it keeps to: a mark in
-// column 0 ("<" a class found in the code only, ">" one found in the model
-// only, a blank one in both), a blank, "class ", and from column 8 the
+// accepted line shape, the one both of its readers keep to (this one and
+// the documentation-against-code page, DocDes::merge_rose_diff): a line per
+// class found in one list only, with its mark in column 0 ("<" in the code
+// only, ">" in the model only), a blank, "class ", and from column 8 the
 // name, plain or as a link "<a href=../<page>><name></a>":
 //   "> class Customer"
 //   "< class <a href=../m/3.htm>Order</a>"
+// A class line without a mark is refused by the page of DocDes.
 // not_in_code.bat gets a grep line for each class of the model only.
 void Java2Htm::check_code_rose_diff() {
   std::string diff = j2h + "/meter/code_rose_diff.htm";

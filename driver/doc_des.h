@@ -129,7 +129,17 @@ class DocDes {
   // j2h (driver/code_publish.cpp); false when this program has none.
   bool run_code_web(const std::string& root);
   void if_noCards();
+  // Documentation against UML and code (duc_page.cpp): xs/DUC.htm and
+  // xs/check.bat.
   void do_metrics();
+  struct duc_marks {
+    char mark[3] = {'.', '.', '.'};  // documented, in the model, in the code
+    std::string docu, code;          // the section, the code page (below <j2h>)
+  };
+  // The class lines of a model difference merged into `rows`.
+  static void merge_rose_diff(const std::string& text, std::map<std::string, duc_marks>& rows);
+  void write_duc(const std::map<std::string, duc_marks>& rows, const std::set<std::string>& uml,
+                 const std::set<std::string>& inC);
 
   // ------------------------------------------------------------- tables
   web_model web;  // what the stages share; the engine works on it too

@@ -67,11 +67,3 @@ void DocDes::move_web() {
   safe_ut.replace_folder("xs", web.web_pos.c_str());
 }
 
-// Documentation against UML and code: only with a code root whose code web
-// measured the classes; nothing else is needed without one.
-void DocDes::do_metrics() {
-  if (web.srcRoot.empty()) return;
-  std::string diff = web.srcRoot + "/j2h/meter/code_rose_diff.htm";
-  if (safe_ut.ok_is_a(diff.c_str()) != 'f') return;
-  printf("\nW a r n i n g :  the comparison with UML and code is not part of this version\n");
-}

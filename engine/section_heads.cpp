@@ -214,7 +214,9 @@ void doc_splitter::write_heading(const std::string& T, int level) {
   fprintf(out, "<a name=\"e%i\"></a>", e);
   std::string target = std::to_string(docNr) + "/" + std::to_string(page) + ".htm#e" + std::to_string(e);
   if (web.to_docu) fprintf(web.to_docu, "\n~%s~%s~", name.c_str(), target.c_str());
-  tree_put(ut.docClasses, name, "D..~" + target + "~~~");
+  // The layout the documentation-against-code page reads: marks, section,
+  // code page (empty here).
+  tree_put(ut.docClasses, name, "D..~" + target + "~~");
 }
 
 // The end of a page: the head page's contents place, the deep table mark.

@@ -170,7 +170,7 @@ TEST(Metrics, ADiffWithoutItsTailsFailsAndTheModelDiffGivesGrepLines) {
   {
     Java2Htm web;
     web.make_htm_dir("j2h", "src", nullptr, nullptr);
-    write_file("src/j2h/meter/code_rose_diff.htm", "> class Customer\n> class <a href=../m/1.htm>A</a>\n< class Order\n  class Both\n");
+    write_file("src/j2h/meter/code_rose_diff.htm", "> class Customer\n> class <a href=../m/1.htm>A</a>\n< class Order\n");
     web.check_code_rose_diff();
   }
   testing::internal::GetCapturedStdout();

@@ -1,11 +1,13 @@
 // The model difference meter/code_rose_diff.htm, placed by an outside step,
 // read into the script not_in_code.bat: never a crash, and every line of
-// the script is its head or a grep of one plain class name.
+// the script is its head or a grep of one plain class name; the page of
+// classes in documentation, model and code reads it into marked rows.
 #include <cstdint>
 #include <cstring>
 #include <string>
 
 #include "codeweb/java2htm.h"
+#include "driver/doc_des.h"
 #include "tests/fuzz/fuzz_util.h"
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
@@ -31,5 +33,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       if (!isalnum((unsigned char)c) && !strchr("_$.:-", c)) fuzz::finding("a name that a shell could read", name);
     p = e == std::string::npos ? bat.size() : e;
   }
+  // The documentation-against-code page reads the same file: a failure
+  // report or rows whose marks are the described ones.
+  std::map<std::string, DocDes::duc_marks> rows;
+  if (!fuzz::accepted([&] { DocDes::merge_rose_diff(text, rows); })) return 0;
+  for (auto& [name, r] : rows)
+    if (name.empty() || (r.mark[1] != '.' && r.mark[1] != 'U') || (r.mark[2] != '.' && r.mark[2] != 'C'))
+      fuzz::finding("a class row with other marks", name);
   return 0;
 }
