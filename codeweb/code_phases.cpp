@@ -126,6 +126,7 @@ void Java2Htm::closing_files() {
     safe_ut.system("+diffsm M xx_src xx_dvc > src_dvc_diff");
     printf("\no k  -  see src_dvc_diff\n");
   }
+  see_server_API();
   name_ALL_code_docu_files();
   for (const char* f : {"__j1", "__j2"})
     if (safe_ut.ok_is_a(f) == 'f') safe_ut.remove_file(f);
@@ -138,5 +139,6 @@ void Java2Htm::closing_files() {
     if ((alles || xxx) && safe_ut.ok_is_a(p.c_str()) == 'f') safe_ut.remove_file(p.c_str());
   }
   if (safe_ut.ok_is_a("tempNr") == 'd') safe_ut.rm_tree("tempNr");
+  show_messMap();
   calls_closing();
 }

@@ -181,7 +181,10 @@ void Java2Htm::phase17_overview() {
     safe_ut.copy_file((j2h + "/UML.htm").c_str(), "xx_ALL.htm");
     d += "\n, <a href=UML.htm>UML</a>, <a href=meter.htm>Metrics</a>";
   }
-  if (safe_ut.ok_is_a((root + "/alles_dep").c_str()) == 'f') d += "\n, <a href=MoDep.htm>Modules</a>";
+  if (safe_ut.ok_is_a((root + "/alles_dep").c_str()) == 'f') {
+    show_Module_Dependencies();
+    d += "\n, <a href=MoDep.htm>Modules</a>";
+  }
   // The report pages are written in any case (cpp.htm links them); the
   // overview names only those whose tree a reader made.
   show_DLLs();

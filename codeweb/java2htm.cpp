@@ -226,6 +226,7 @@ void Java2Htm::make_htm_dir(const char* exe_, const char* root_arg, const char* 
   clock.step("16-17 overview");
   cpp_Dialogs();                                                             // 18
   show_imports();
+  check_imports();
   ADD_inc_structure();
   clock.step("include relation");
   create_exe_List(true);

@@ -505,6 +505,18 @@ class Java2Htm : public ut_web {
   static std::string dialogs_of(const std::string& rc, unsigned& n);
   std::set<std::string> makRows;  // "<object>~<project>~<target>"
   int makFiles = 0;
+  // ----------------------------- module_pages.cpp
+  struct module_deps {
+    std::set<std::string> modules;
+    std::map<std::string, std::set<std::string>> uses, usedBy;  // LM -> SMs, SM -> LMs
+  };
+  static module_deps read_module_deps(const std::string& alles_dep);
+  void show_Module_Dependencies();  // phase 17: MoDep.htm
+  void show_messMap();              // destructor: messMap
+  static std::string message_handlers(const std::string& pageText);
+  static std::string html_plain(const std::string& page);
+  void see_server_API();            // destructor: "UI: %s"
+  void check_imports();             // phase 18: "falsch: %s in %s"
   // ----------------------------- imports (import_pages.cpp), phase 18
   struct importer_row {
     std::string package, page;  // the importing file's package and page

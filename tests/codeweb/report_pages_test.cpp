@@ -205,3 +205,30 @@ TEST(ReportPages, MakeFilesAndDialogsFromTheConcatenations) {
   EXPECT_FALSE(has(d, "IDR_MENU"));
   EXPECT_TRUE(has(d, "\n<br><font size=1>2 Dialogs</font>"));
 }
+
+TEST(ReportPages, ModulesMessageHandlersUserInterfaceAndWrongImports) {
+  TempDir t;
+  write_file("src/alles_dep", "noise\n+ App\n+ CoreCLI\nCore < App\nCoreCLI < App\n");
+  write_file("src/ui_main/frame.cpp",
+             "#include \"view.h\"\nBEGIN_MESSAGE_MAP(CFrame, CWnd)\n  ON_COMMAND(ID_FILE_SAVE, OnFileSave)\n"
+             "  ON_COMMAND(IDOK, OnOK)\n  ON_COMMAND(ID_HELP_INDEX, OnHelp)\nEND_MESSAGE_MAP()\n");
+  write_file("src/ui_main/view.h", "class CView {\n};\n");
+  write_file("src/a/A.java", "package a;\nimport a.Missing;\nimport a.B;\nimport java.util.List;\npublic class A {\n}\n");
+  write_file("src/a/B.java", "package a;\npublic class B {\n}\n");
+  std::string out = build("src");
+  std::string m = read_file("src/j2h/MoDep.htm");
+  EXPECT_TRUE(has(m, "Modules in the Sense of MS Studio"));
+  EXPECT_TRUE(has(m, "SM &lt; <b>LM</b> means: <b>LM</b> depends on SM"));
+  EXPECT_TRUE(has(m, "Command Line Interface Modules are:<br>\n[ <a href=#BCoreCLI>&lt;&lt;</a> ] [\n"
+                     "<a href=#UCoreCLI>&gt;&gt;</a> ] <a href=#CoreCLI>CoreCLI</a><br>")) << m;
+  EXPECT_TRUE(has(m, "There are 2 Modules in the sense of MS Studio:"));
+  EXPECT_TRUE(has(m, "<a name=\"UApp\"></a>\n&lt; <a href=#Core>Core</a><br>")) << m;
+  EXPECT_TRUE(has(m, "\n<br><font size=1>3 Modules in total</font><br>"));
+  EXPECT_TRUE(has(read_file("src/j2h/docu.htm"), "<a href=MoDep.htm>"));
+  EXPECT_EQ(read_file("messMap"), "\n+OnFileSave~ID_FILE_SAVE\n-OnOK~IDOK\n-OnHelp~ID_HELP_INDEX");
+  EXPECT_TRUE(has(out, "\nUI: ")) << out;
+  EXPECT_TRUE(has(out, "view.h")) << out;
+  EXPECT_TRUE(has(out, "\nfalsch: a.Missing in c0")) << out;
+  EXPECT_FALSE(has(out, "falsch: a.B"));
+  EXPECT_FALSE(has(out, "falsch: java.util.List"));
+}
