@@ -14,10 +14,10 @@
 namespace {
 
 // The word that ends at `end` (exclusive): back to a blank, a quote, a
-// slash, a backslash, a parenthesis or "=".
+// slash, a backslash, a parenthesis, "=" or "~".
 std::string word_before(const std::string& t, size_t end) {
   size_t b = end;
-  while (b > 0 && !strchr(" \t\r\n\"/\\()=", t[b - 1])) b--;
+  while (b > 0 && !strchr(" \t\r\n\"/\\()=~", t[b - 1])) b--;
   return t.substr(b, end - b);
 }
 
@@ -59,11 +59,13 @@ std::vector<std::pair<std::string, std::string>> Java2Htm::mak_rows(const std::s
     if (line.empty() || line[0] == '#') continue;
     if (line.compare(0, 5, "PROJ=") == 0) {
       project = rest_of_line(line, 5);
+      std::erase(project, '~');  // "~" divides the parts of a row
       continue;
     }
     if (line.compare(0, 7, "ALL : \"") == 0) {
       size_t q = line.find('"', 7);
       target = line.substr(7, q == std::string::npos ? std::string::npos : q - 7);
+      std::erase(target, '~');
       continue;
     }
     for (size_t o = line.find(".obj"); o != std::string::npos; o = line.find(".obj", o + 4)) {

@@ -106,6 +106,25 @@ void Java2Htm::phase22_closing() {
   ended = true;
 }
 
+// packages.bat in the working folder: a copy command per package of the
+// tree, with its folder form ("a/b") and its dotted form ("a.b").  Package
+// names come from the sources: only names of package characters are
+// written into the script.
+void Java2Htm::List_our_packages() {
+  std::string bat;
+  Btree_st st;
+  for (unsigned ok = ourPackages.GetFirst(st); ok; ok = ourPackages.Next(st)) {
+    std::string dotted(st.k, st.k_L), folder = dotted;
+    if (dotted.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_$.") !=
+        std::string::npos)
+      continue;
+    for (char& c : folder)
+      if (c == '.') c = '/';
+    bat += "\n call cptree " + folder + "\n call cptree " + dotted;
+  }
+  safe_ut.write_text("packages.bat", bat + "\n");
+}
+
 void Java2Htm::name_ALL_code_docu_files() {
   safe_ut.write_text((j2h + "/docu_files").c_str(), "\n- J2EE EJB 2.0~tips.htm~=tip~\n");
 }
@@ -131,6 +150,13 @@ void Java2Htm::closing_files() {
   for (const char* f : {"__j1", "__j2"})
     if (safe_ut.ok_is_a(f) == 'f') safe_ut.remove_file(f);
   printf("\n%8sLOC = %li, %i main() methods\n", "", locTotal, mNr);
+  // An option string beginning "+" asks for the list of the tree's own
+  // packages.  Platform: the command "packages" runs packages.bat on
+  // Windows; here it is named as that script, and a script runs nothing.
+  if (!opt.empty() && opt[0] == '+') {
+    List_our_packages();
+    safe_ut.system("packages.bat");
+  }
   // The concatenations and marks of this run beside the sources.
   for (const std::string& name : safe_ut.list_dir(root.c_str())) {
     bool alles = name.compare(0, 6, "alles_") == 0;
@@ -138,6 +164,7 @@ void Java2Htm::closing_files() {
     std::string p = root + "/" + name;
     if ((alles || xxx) && safe_ut.ok_is_a(p.c_str()) == 'f') safe_ut.remove_file(p.c_str());
   }
+  printf("\no k  -  see the file packages\n");
   if (safe_ut.ok_is_a("tempNr") == 'd') safe_ut.rm_tree("tempNr");
   show_messMap();
   calls_closing();

@@ -259,5 +259,9 @@ Java2Htm::~Java2Htm() {
     clock.report();
   } catch (const char*) {
     exut.reset_after_failure();
+  } catch (...) {
+    // A destructor cannot pass on the end of the run that a command asked
+    // for (the runner's missing-tool rule): the reports stop here instead.
+    exut.reset_after_failure();
   }
 }

@@ -517,6 +517,7 @@ class Java2Htm : public ut_web {
   static std::string html_plain(const std::string& page);
   void see_server_API();            // destructor: "UI: %s"
   void check_imports();             // phase 18: "falsch: %s in %s"
+  void List_our_packages();         // destructor: packages.bat
   // ----------------------------- imports (import_pages.cpp), phase 18
   struct importer_row {
     std::string package, page;  // the importing file's package and page

@@ -232,3 +232,16 @@ TEST(ReportPages, ModulesMessageHandlersUserInterfaceAndWrongImports) {
   EXPECT_FALSE(has(out, "falsch: a.B"));
   EXPECT_FALSE(has(out, "falsch: java.util.List"));
 }
+
+TEST(ReportPages, AnOptionOfPlusListsThePackagesForCopying) {
+  TempDir t;
+  write_file("src/a/b/X.java", "package a.b;\npublic class X {\n}\n");
+  testing::internal::CaptureStdout();
+  {
+    Java2Htm web;
+    web.make_htm_dir("j2h", "src", "+", nullptr);
+  }
+  std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(read_file("packages.bat"), "\n call cptree a/b\n call cptree a.b\n");
+  EXPECT_TRUE(has(out, "\no k  -  see the file packages\n")) << out;
+}
