@@ -222,19 +222,10 @@ void Java2Htm::showALLMethods() {
 // a class links its map, a type its declaration.
 void Java2Htm::phase15_types() {
   FILE* f = open_page(j2h + "/types.htm", "ALL Class and Type Declarations");
-  make_ABC(f, types, true, 0);
-  fputs("\n</center>", f);
-  char letter = 0;
-  Btree_st st;
-  for (unsigned ok = types.GetFirst(st); ok; ok = types.Next(st)) {
-    std::string name(st.k, st.k_L), data = st.c;
-    if (name[0] != letter) {
-      letter = name[0];
-      fprintf(f, "\n<a name=\"%c_%u\"></a>", letter, 0u);
-    }
+  alphabet_list(f, types, [&](const std::string& name, const std::string& data) {
     std::string link = data.find('.') == std::string::npos ? "m/" + data + ".htm" : data;
     fprintf(f, "\n<br><a href=%s>%s</a>", link.c_str(), class_shown(name).c_str());
-  }
+  });
   fputs("\n</font></BODY></HTML>\n", f);
   safe_ut.close_FILE(&f, SRC, __LINE__);
 }

@@ -103,17 +103,7 @@ std::string cob_reader::page_of(std::string text, int fNr, const std::string& pa
 }
 
 void cob_reader::emit(size_t from, size_t to) {
-  for (size_t k = from; k < to; k++) {
-    char c = t_[k];
-    if (c == '<')
-      out_ += "&lt;";
-    else if (c == '>')
-      out_ += "&gt;";
-    else if (c == '&')
-      out_ += "&amp;";
-    else
-      out_ += c;
-  }
+  if (from < to) out_ += html_text(std::string_view(t_).substr(from, to - from));
 }
 
 void cob_reader::copy_to_eol() {

@@ -2,6 +2,7 @@
 // rows grouped by their first folder (show_sorted) and the alphabet bar
 // (make_ABC).
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -95,5 +96,21 @@ void Java2Htm::make_ABC(FILE* out, Btree& tree, bool center, int position) {
     if (group >= 0 && g != group) fputs("\n<br>", out);
     group = g;
     fprintf(out, "\n<a href=\"#%c_%u\">%c</a>", c, (unsigned)position, c);
+  }
+}
+
+void Java2Htm::alphabet_list(FILE* out, Btree& tree,
+                             const std::function<void(const std::string&, const std::string&)>& row) {
+  make_ABC(out, tree, true, 0);
+  fputs("\n</center>", out);
+  char letter = 0;
+  Btree_st st;
+  for (unsigned ok = tree.GetFirst(st); ok; ok = tree.Next(st)) {
+    std::string name(st.k, st.k_L);
+    if (name[0] != letter) {
+      letter = name[0];
+      fprintf(out, "\n<a name=\"%c_%u\"></a>", letter, 0u);
+    }
+    row(name, st.c);
   }
 }

@@ -94,20 +94,9 @@ std::string cs_reader::page_of(const std::string& text, const std::string& src, 
   return out_ + tail();
 }
 
-void cs_reader::code(char c) {
-  if (c == '<')
-    out_ += "&lt;";
-  else if (c == '>')
-    out_ += "&gt;";
-  else if (c == '&')
-    out_ += "&amp;";
-  else
-    out_ += c;
-}
+void cs_reader::code(char c) { out_ += html_text(std::string_view(&c, 1)); }
 
-void cs_reader::code(const std::string& s) {
-  for (char c : s) code(c);
-}
+void cs_reader::code(const std::string& s) { out_ += html_text(s); }
 
 bool cs_reader::word_at(size_t at, const char* w) const {
   size_t n = strlen(w);

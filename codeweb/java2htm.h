@@ -17,6 +17,7 @@
 #pragma once
 
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -382,6 +383,10 @@ class Java2Htm : public ut_web {
   // The alphabet bar of the characters at `position` of the keys of `tree`:
   // links "#<c>_<u>" to the anchors a caller writes at each new letter.
   static void make_ABC(FILE* out, Btree& tree, bool center, int position);
+  // The bar of make_ABC, then a row per key of `tree` (key, data), with the
+  // anchor "<letter>_0" that the bar links in front of each new first letter.
+  static void alphabet_list(FILE* out, Btree& tree,
+                            const std::function<void(const std::string&, const std::string&)>& row);
 
   // Puts k -> v into a tree, the key cut to what a tree holds.
   static void tree_put(Btree& t, const std::string& k, const std::string& v);

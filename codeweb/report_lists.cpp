@@ -97,18 +97,9 @@ void Java2Htm::show_cppMains() {
 // more than once has its further versions as "NAME . 2", ...
 void Java2Htm::show_defines() {
   FILE* f = open_page(j2h + "/defines.htm", "C++ Macros");
-  make_ABC(f, defines, true, 0);
-  fputs("\n</center>", f);
-  char letter = 0;
-  Btree_st st;
-  for (unsigned ok = defines.GetFirst(st); ok; ok = defines.Next(st)) {
-    std::string name(st.k, st.k_L);
-    if (name[0] != letter) {
-      letter = name[0];
-      fprintf(f, "\n<a name=\"%c_%u\"></a>", letter, 0u);
-    }
-    fprintf(f, "\n<br><a href=%s>%s</a>", html_attr(st.c).c_str(), html_text(name).c_str());
-  }
+  alphabet_list(f, defines, [&](const std::string& name, const std::string& data) {
+    fprintf(f, "\n<br><a href=%s>%s</a>", html_attr(data).c_str(), html_text(name).c_str());
+  });
   close_page(f);
 }
 
