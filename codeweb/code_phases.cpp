@@ -108,19 +108,15 @@ void Java2Htm::phase22_closing() {
 
 // packages.bat in the working folder: a copy command per package of the
 // tree, with its folder form ("a/b") and its dotted form ("a.b").  Package
-// names come from the sources: only names of package characters are
-// written into the script.
+// names come from the sources: each is written as one word of text.
 void Java2Htm::List_our_packages() {
   std::string bat;
   Btree_st st;
   for (unsigned ok = ourPackages.GetFirst(st); ok; ok = ourPackages.Next(st)) {
     std::string dotted(st.k, st.k_L), folder = dotted;
-    if (dotted.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_$.") !=
-        std::string::npos)
-      continue;
     for (char& c : folder)
       if (c == '.') c = '/';
-    bat += "\n call cptree " + folder + "\n call cptree " + dotted;
+    bat += "\n call cptree " + bat_word(folder) + "\n call cptree " + bat_word(dotted);
   }
   safe_ut.write_text("packages.bat", bat + "\n");
 }

@@ -128,9 +128,8 @@ void Java2Htm::check_code_rose_diff() {
 }
 
 // The script text: the head line, and a grep line for each "> class" name.
-// The file comes from outside: a name that is not made of the characters of
-// a class name (letters, digits, "_", "$", ".", ":", "-") could be read as a
-// command by the script's shell and is left out.
+// The file comes from outside: each name is written as one word of text
+// (bat_word), which the script's shell cannot read as a command.
 std::string Java2Htm::not_in_code_bat(const std::string& t) {
   std::string bat = "\n: UML Classes not found in Code (?):\n";
   for (size_t at = t.find("> class"); at != std::string::npos; at = t.find("> class", at + 7)) {
@@ -138,11 +137,7 @@ std::string Java2Htm::not_in_code_bat(const std::string& t) {
     if (s >= t.size() || t[s] == '<') continue;
     size_t e = s;
     while (e < t.size() && !isspace((unsigned char)t[e])) e++;
-    std::string name = t.substr(s, e - s);
-    bool plain = !name.empty() && name.find_first_not_of(
-                                      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_$.:-") ==
-                                      std::string::npos;
-    if (plain) bat += "\n  grep " + name + " ../alles_x";
+    if (e > s) bat += "\n  grep " + bat_word(std::string_view(t).substr(s, e - s)) + " ../alles_x";
   }
   return bat;
 }

@@ -21,13 +21,6 @@
 namespace {
 const char* const SRC = "duc_page";
 
-// A script line may only hold a name of the characters of a class name: a
-// name from the documentation or the model difference could otherwise be
-// read as a command by the script's shell.
-bool plain_name(const std::string& n) {
-  return !n.empty() &&
-         n.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_$.:-") == std::string::npos;
-}
 
 // The field of `data` behind its `n`th "~" (n from 1), up to the next one.
 std::string field(const std::string& data, int n) {
@@ -123,8 +116,10 @@ void DocDes::do_metrics() {
 }
 
 namespace {
+// A name from the documentation or the model difference is one word of
+// text in the script, never a command.
 void entry(std::string& bat, const char* mark, const std::string& name) {
-  if (plain_name(name)) bat += "\n" + std::string(mark) + name;
+  bat += "\n" + std::string(mark) + bat_word(name);
 }
 }  // namespace
 

@@ -66,3 +66,18 @@ std::string html_escaped(std::string_view s, bool quotes) {
 std::string html_attr(std::string_view s) { return html_escaped(s, true); }
 
 std::string html_text(std::string_view s) { return html_escaped(s, false); }
+
+std::string bat_word(std::string_view s) {
+  static const char plain[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_$.:-/\\";
+  if (!s.empty() && s.find_first_not_of(plain) == std::string_view::npos) return std::string(s);
+  std::string out = "\"";
+  for (char c : s) {
+    if (c == '"' || c == '%')
+      out.append(2, c);
+    else if ((unsigned char)c < 32 || c == 127)
+      out += '?';
+    else
+      out += c;
+  }
+  return out + "\"";
+}

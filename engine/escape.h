@@ -21,3 +21,10 @@ std::string html_attr(std::string_view s);
 
 // The text of an element: "&", "<" and ">" become character references.
 std::string html_text(std::string_view s);
+
+// A word of a Windows command script (.bat): a word of letters, digits and
+// "_$.:-/\" stays as it is; any other is written in double quotes, with a
+// double quote inside doubled, "%" doubled and control characters as "?",
+// so that the script's shell reads it as one word of text and runs nothing
+// of it.
+std::string bat_word(std::string_view s);

@@ -170,11 +170,14 @@ TEST(Metrics, ADiffWithoutItsTailsFailsAndTheModelDiffGivesGrepLines) {
   {
     Java2Htm web;
     web.make_htm_dir("j2h", "src", nullptr, nullptr);
-    write_file("src/j2h/meter/code_rose_diff.htm", "> class Customer\n> class <a href=../m/1.htm>A</a>\n< class Order\n");
+    write_file("src/j2h/meter/code_rose_diff.htm",
+               "> class Customer\n> class <a href=../m/1.htm>A</a>\n< class Order\n> class X;del&\"%P%\n");
     web.check_code_rose_diff();
   }
   testing::internal::GetCapturedStdout();
-  EXPECT_EQ(read_file("src/j2h/not_in_code.bat"), "\n: UML Classes not found in Code (?):\n\n  grep Customer ../alles_x");
+  // A name a shell could read otherwise is one quoted word of text.
+  EXPECT_EQ(read_file("src/j2h/not_in_code.bat"),
+            "\n: UML Classes not found in Code (?):\n\n  grep Customer ../alles_x\n  grep \"X;del&\"\"%%P%%\" ../alles_x");
 }
 
 TEST(ReportPages, MakeFilesAndDialogsFromTheConcatenations) {
@@ -244,4 +247,5 @@ TEST(ReportPages, AnOptionOfPlusListsThePackagesForCopying) {
   std::string out = testing::internal::GetCapturedStdout();
   EXPECT_EQ(read_file("packages.bat"), "\n call cptree a/b\n call cptree a.b\n");
   EXPECT_TRUE(has(out, "\no k  -  see the file packages\n")) << out;
+  EXPECT_FALSE(has(out, "Not on PATH")) << out;  // the script is for a person
 }

@@ -35,3 +35,15 @@ TEST(Escape, AttributesAndTextCannotBeLeft) {
 }
 
 }  // namespace
+
+// A word written into a command script is one word of text: plain words
+// stay, all others are quoted with their quotes and "%" doubled.
+TEST(Escape, ScriptWordsAreTextNeverCommands) {
+  EXPECT_EQ(bat_word("Customer"), "Customer");
+  EXPECT_EQ(bat_word("a/b.c$d:e-f\\g_h"), "a/b.c$d:e-f\\g_h");
+  EXPECT_EQ(bat_word("two words"), "\"two words\"");
+  EXPECT_EQ(bat_word("x;del&y|z>w"), "\"x;del&y|z>w\"");
+  EXPECT_EQ(bat_word("q\"%PATH%"), "\"q\"\"%%PATH%%\"");
+  EXPECT_EQ(bat_word("line\nbreak\r"), "\"line?break?\"");
+  EXPECT_EQ(bat_word(""), "\"\"");
+}

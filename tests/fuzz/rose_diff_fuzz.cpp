@@ -1,6 +1,6 @@
 // The model difference meter/code_rose_diff.htm, placed by an outside step,
 // read into the script not_in_code.bat: never a crash, and every line of
-// the script is its head or a grep of one plain class name; the page of
+// the script is its head or a grep of one class name as one word of text; the page of
 // classes in documentation, model and code reads it into marked rows.
 #include <cstdint>
 #include <cstring>
@@ -9,6 +9,28 @@
 #include "codeweb/java2htm.h"
 #include "driver/doc_des.h"
 #include "tests/fuzz/fuzz_util.h"
+
+// One word of a script: plain characters, or a quoted text whose quotes
+// and "%" inside are doubled and that holds no control character.
+static bool one_word(const std::string& w) {
+  if (w.empty()) return false;
+  if (w.front() != '"') {
+    for (char c : w)
+      if (!isalnum((unsigned char)c) && !strchr("_$.:-/\\", c)) return false;
+    return true;
+  }
+  if (w.size() < 2 || w.back() != '"') return false;
+  std::string in = w.substr(1, w.size() - 2);
+  for (size_t i = 0; i < in.size(); i++) {
+    unsigned char c = in[i];
+    if (c < 32 || c == 127) return false;
+    if (c == '"' || c == '%') {
+      if (i + 1 >= in.size() || in[i + 1] != (char)c) return false;
+      i++;
+    }
+  }
+  return true;
+}
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
   fuzz::init(argc, argv);
@@ -29,8 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         line.compare(line.size() - post.size(), post.size(), post) != 0)
       fuzz::finding("a line that is no grep", line);
     std::string name = line.substr(pre.size(), line.size() - pre.size() - post.size());
-    for (char c : name)
-      if (!isalnum((unsigned char)c) && !strchr("_$.:-", c)) fuzz::finding("a name that a shell could read", name);
+    if (!one_word(name)) fuzz::finding("a name that a shell could read", name);
     p = e == std::string::npos ? bat.size() : e;
   }
   // The documentation-against-code page reads the same file: a failure
