@@ -12,7 +12,9 @@
 # CODE=java (default) 200 kLOC of Java, CODE=cpp C and C++ at 45, 30 and
 # 90 kLOC, CODE=cobol 275 kLOC and then the closure trees (1,000 programs,
 # 2,500 copybooks, 250 tables, and twice that), CODE=vb|jsp|asp|cs|php|sql
-# 100 and 200 kLOC; SIZES="..." chooses other sizes.  A generated big tree
+# 100 and 200 kLOC, CODE=mixed 500 kLOC of all languages with a class
+# documentation, make files and resource scripts (gen_mixed.py); SIZES="..."
+# chooses other sizes.  A generated big tree
 # (within 9,900 files) follows unless BIG=0: 2 MLOC for Java and C++, 1 MLOC
 # for VB, none for the others (BIG_RUNS runs of each tool there, default
 # RUNS; RUNS defaults to 3).  With J2H_PHASE_TIMES set, j2h
@@ -102,10 +104,15 @@ else
     java) default_sizes=200 ;;
     cpp) default_sizes="45 30 90" ;;
     cobol) default_sizes=275 ;;
+    mixed) default_sizes=500 ;;
     *) default_sizes="100 200" ;;
   esac
   for k in ${SIZES:-$default_sizes}; do
-    python3 "$here/gen_tree.py" "$work/gen$k" "$k" --seed 1 --lang "$code" >/dev/null
+    if [ "$code" = mixed ]; then
+      python3 "$here/gen_mixed.py" "$work/gen$k" "$k" --seed 1 >/dev/null
+    else
+      python3 "$here/gen_tree.py" "$work/gen$k" "$k" --seed 1 --lang "$code" >/dev/null
+    fi
     measure_tree "generated $code $k kLOC" "$work/gen$k"
     rm -rf "$work/gen$k"
   done
