@@ -97,7 +97,7 @@ void Java2Htm::diff_to_htm(FILE* meter, const std::string& diffFile, const char*
     std::string cls = t.substr(name, e - name);
     while (!cls.empty() && (cls.back() == ' ' || cls.back() == '\r')) cls.pop_back();
     Btree_st st;
-    if (!cls.empty() && cppsecs.Get(cls.c_str(), st))
+    if (!cls.empty() && cls.size() <= 252 && cppsecs.Get(cls.c_str(), st))  // longer names are no keys
       out += "<a href=../" + html_attr(page_link(st.c)) + ">" + html_text(cls) + "</a>";
     else
       out += html_text(cls);

@@ -136,18 +136,20 @@ TEST(Metrics, CodeAgainstClassDocumentation) {
   TempDir t;
   write_file("src/a/Invoice.java", "package a;\npublic class Invoice {\n}\n");
   write_file("src/a/Order.java", "package a;\npublic class Order {\n}\n");
-  write_file("src/class_documentation", "-c Invoice The bill~\n-c Ghost Documented only~\n");
+  write_file("src/class_documentation", "-c Invoice The bill~\n-c Ghost Documented only~\n-c " + std::string(300, 'L') +
+                                            " A long name~\n-c A<&\"B Odd characters~\n");
   build("src");
   std::string meter = read_file("src/j2h/meter.htm");
   EXPECT_TRUE(has(meter, "\n<br><a href=meter/code_ccom_diff.htm>Code vs Class Documentation</a>")) << meter;
   std::string d = read_file("src/j2h/meter/code_ccom_diff.htm");
   EXPECT_TRUE(has(d, "Code vs Class Documentation"));
-  for (const char* s : {"2 classes found in Code\n", "2 classes found in Class Documentation\n",
+  for (const char* s : {"2 classes found in Code\n", "4 classes found in Class Documentation\n",
                         "1 classes found in both\n", "\nonly in Code\nonly in Class Documentation\n"})
     EXPECT_TRUE(has(d, s)) << s << "\n" << d;
   // A class the code defines links to its page; one documented only does not.
   EXPECT_TRUE(has(d, " class <a href=../c0")) << d;
   EXPECT_TRUE(has(d, " class Ghost\n"));
+  EXPECT_TRUE(has(d, " class A&lt;&amp;\"B\n")) << d;  // text, never mark-up
   EXPECT_FALSE(std::filesystem::exists("xx_ccom"));
   EXPECT_TRUE(std::filesystem::exists("code_ccom_diff"));
 }
