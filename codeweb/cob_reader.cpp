@@ -2,9 +2,9 @@
 #include "codeweb/cob_reader.h"
 
 #include <cerrno>
-#include <cstdarg>
 #include <cstdio>
 
+#include "codeweb/code_lex.h"
 #include "engine/escape.h"
 #include "runtime/exec_ut.h"
 
@@ -26,15 +26,7 @@ std::string upper(std::string s) {
   return s;
 }
 
-std::string fmt(const char* f, ...) __attribute__((format(printf, 1, 2)));
-std::string fmt(const char* f, ...) {
-  char b[600];
-  va_list a;
-  va_start(a, f);
-  vsnprintf(b, sizeof b, f, a);
-  va_end(a);
-  return b;
-}
+using codelex::fmt;
 
 }  // namespace
 

@@ -197,7 +197,7 @@ std::string word_in(const std::string& line, size_t& s) {
 
 // Tables of the schema (<root>/tables.er1, lines "-  ec E_<table>") that no
 // code refers to, the counts, and the domains (lines " d D_<name> <column>
-// <specification>") specified in two different ways.
+// <type>") given two different types.
 void Java2Htm::tables_not_in_use(FILE* out, const std::set<std::string>& used) {
   fputs("\n<a name=unref></a><br><br>\n<h3>Tables not detected in algorithmic code:</h3>", out);
   std::string file = root + "/tables.er1";
@@ -207,7 +207,7 @@ void Java2Htm::tables_not_in_use(FILE* out, const std::set<std::string>& used) {
   }
   std::string text = safe_ut.read_text(file.c_str());
   std::set<std::string> schema;
-  std::map<std::string, std::vector<std::pair<std::string, std::string>>> domains;  // -> (spec, column)
+  std::map<std::string, std::vector<std::pair<std::string, std::string>>> domains;  // -> (type, column)
   size_t lineNr = 0;
   for (size_t s = 0; s < text.size();) {
     size_t e = std::min(text.find('\n', s), text.size());
@@ -241,14 +241,14 @@ void Java2Htm::tables_not_in_use(FILE* out, const std::set<std::string>& used) {
           "<br>Number of Tables not referred to from Code: %i\n<br>Number of Tables referred to from Code: %zu<br>",
           all.size(), schema.size(), unref, used.size());
   fputs("\n<a name=contr></a><br>\n<h3>Contradictions in Domain Specifications:</h3>", out);
-  for (auto& [d, specs] : domains) {
+  for (auto& [d, uses] : domains) {
     std::set<std::string> distinct;
-    for (auto& sp : specs) distinct.insert(sp.first);
+    for (auto& u : uses) distinct.insert(u.first);
     if (distinct.size() < 2) continue;
     bool first = true;
-    for (auto& [spec, column] : specs) {
+    for (auto& [type, column] : uses) {
       fprintf(out, first ? "\n<br>|<br><b>%s</b> : %s" : "\n<br><b>%s</b> : %s", html_text(d).c_str(),
-              html_text(spec + " [" + column + "]").c_str());
+              html_text(type + " [" + column + "]").c_str());
       first = false;
     }
   }

@@ -219,7 +219,7 @@ TEST(CobWeb, TableStatisticsAndDomainContradictions) {
                         "not referred to from Code: 1\n<br>Number of Tables referred to from Code: 4<br>"));
   EXPECT_TRUE(has(cobt, "<br>|<br><b>D_AMOUNT</b> : NUMBER(11,2) [E_ORDER.TOTAL]\n<br><b>D_AMOUNT</b> : "
                         "NUMBER(9,2) [E_PRICE.AMOUNT]"));
-  EXPECT_FALSE(has(cobt, "D_CUSTNO"));  // one specification twice is no contradiction
+  EXPECT_FALSE(has(cobt, "D_CUSTNO"));  // one type given twice is no contradiction
   EXPECT_FALSE(has(cobt, "E_NOT") || has(cobt, "ALL"));  // the FROM of a COMMENT ON
   // Without the schema texts: no synonyms (one line), the tables page says so.
   std::filesystem::remove("src/tables.sch");
