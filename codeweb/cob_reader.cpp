@@ -183,12 +183,23 @@ void cob_reader::word() {
   if (w == "CALL" || w == "COPY") return commands++, call_or_copy(w, j);
   if (w == "01" && first && is_blank(next)) return storage(j);
   if (w == "DIVISION" || w == "SECTION") section_word(w);
-  if (w == "PIC" || w == "PICTURE" || w == "INVOKE" || w == "USAGE" ||
-      (w.compare(0, 4, "COMP") == 0 && (w.size() == 4 || w[4] == '-')))
-    commands++;
+  if (w.compare(0, 4, "COMP") == 0 && (w.size() == 4 || w[4] == '-')) return commands++, comp_clause();
+  if (w == "PIC" || w == "PICTURE" || w == "INVOKE" || w == "USAGE") commands++;
   emit(i_, j);
   prev_word_ = w;
   i_ = j;
+}
+
+// A usage COMP (or COMP-n) and what follows it up to its period are copied
+// as they stand.  The copy ends at the line's end, where a clause without a
+// period on this line goes on being read word by word, so that sequence
+// areas and comment lines below it keep their meaning.
+void cob_reader::comp_clause() {
+  size_t e = eol(i_), dot = t_.find('.', i_);
+  size_t end = dot < e ? dot + 1 : e;
+  emit(i_, end);
+  prev_word_ = "COMP";
+  i_ = end;
 }
 
 void cob_reader::fail(const char* what, size_t at) const {

@@ -60,6 +60,7 @@ class cob_reader {
   void reset(int fNr, const std::string& path);
   void line_start();
   void scan();
+  void comp_clause();
   void word();
   void literal();
   void copy_to_eol();

@@ -79,6 +79,9 @@ TEST(CobReader, FixedAndFreeFormEntriesStorageAndExec) {
       "000400 WORKING-STORAGE SECTION.\n"
       "000500 01 WS-REC.\n"
       "000600 01 WS-FLAG PIC X.\n"
+      "000610 05 WS-N PIC S9(4) COMP\n"  // no period on its line: the copy ends there
+      "000620 01 WS-M.\n"
+      "000625 05 WS-P PIC 9 COMP-3 VALUE <0>. 01 WS-NOT.\n"
       "000700 PROCEDURE DIVISION.\n"
       "000800 MAIN SECTION.\n"
       "000900     EXEC SQL SELECT A INTO :B\n"
@@ -86,11 +89,14 @@ TEST(CobReader, FixedAndFreeFormEntriesStorageAndExec) {
       "001100     ENTRY 'ORD-2 extra' USING B.\n"
       "001200     CALL 'SUB1'.\n";
   std::string free = "program-id. ord-1.\nworking-storage section.\n01 ws-rec.\n01 ws-flag pic x.\n"
+                     "05 ws-n pic s9(4) comp\n01 ws-m.\n05 ws-p pic 9 comp-3 value <0>. 01 ws-not.\n"
                      "procedure division.\nmain section.\nexec sql select a into :b\n from e_x end-exec.\n"
                      "entry 'ORD-2' using b.\ncall 'sub1'.\n";
   for (std::string src : {std::string(fixed), free}) {
     page p(src);
-    EXPECT_EQ(p.defs(), (std::vector<std::string>{"p .. ORD-1", "s .. WS-REC", "p .. ORD-2"})) << src;
+    EXPECT_EQ(p.defs(), (std::vector<std::string>{"p .. ORD-1", "s .. WS-REC", "s .. WS-M", "p .. ORD-2"}))
+        << src;
+    EXPECT_TRUE(has(p.text, "COMP-3 VALUE &lt;0&gt;. 01 WS-NOT.") || has(p.text, "comp-3 value &lt;0&gt;. 01 ws-not."));
     EXPECT_EQ(p.uses(), std::vector<std::string>{"p .. ORD-2~p .. SUB1"});
     EXPECT_TRUE(has(p.reader.sql, "\n p .. ORD-1 [cob/2/5.htm#")) << p.reader.sql;
     EXPECT_TRUE(has(p.reader.sql, " FROM E_X ;\n\n") || has(p.reader.sql, " from e_x ;\n\n")) << p.reader.sql;
