@@ -2,6 +2,8 @@
 // entity (cobA/, cobB/), the entity lists cobp.htm and cobs.htm, the
 // definitions cobe.htm, the multiple definitions cobm.htm with the list of
 // forgotten sources, and cobns.htm.
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <map>
 #include <set>
@@ -34,19 +36,25 @@ const char* const forget_file = "/forget.lst";
 namespace {
 struct side_page {
   Java2Htm& web;
+  std::map<std::string, std::string> defs;  // entity -> link of its definition, looked up once
+  const std::string& def_of(const std::string& entity) {
+    auto [at, added] = defs.try_emplace(entity);
+    if (added) at->second = cob::def_link(web.in_index(cob::name_of(entity)));
+    return at->second;
+  }
   void write(const std::string& dir, int nr, const char* title, const std::string& head,
              const std::vector<std::pair<std::string, std::string>>& others) {
     std::string file = dir + "/" + Java2Htm::nr2(nr) + ".htm";
     web.dir_with_css(dir + "/" + std::to_string(nr / 100));
     FILE* p = web.open_page(file, title);
-    std::string hd = cob::def_link(web.in_index(cob::name_of(head)));
+    const std::string& hd = def_of(head);
     std::string headPage = hd.substr(0, hd.find('#'));
     if (hd.empty())
       fprintf(p, "\n%s<br>", html_text(head).c_str());
     else
       fprintf(p, "\n<a href=../../%s>%s</a><br>", html_attr(hd).c_str(), html_text(head).c_str());
     for (auto& [other, data] : others) {
-      std::string d = cob::def_link(web.in_index(cob::name_of(other)));
+      const std::string& d = def_of(other);
       const char* label = !d.empty() && d.substr(0, d.find('#')) == headPage ? "is the source" : "";
       std::string link = d.empty() ? cob::link_of(data) : d;
       fprintf(p, "\n<br>%s <a href=../../%s> .. %s</a>", label, html_attr(link).c_str(), html_text(other).c_str());
@@ -56,21 +64,48 @@ struct side_page {
 };
 }  // namespace
 
+// The closed relation is walked twice: first for its entities, then writing
+// the below page of each left side as its rows pass by, while the turned
+// rows are kept as numbers (entity, entity, data) for the above pages.  So
+// no row is held as text twice, however large the closure.
 void Java2Htm::cob_entity_pages() {
-  std::map<std::string, std::vector<std::pair<std::string, std::string>>> below, above;
-  for (auto& r : cob::rows_of(cobUsesTr)) {
-    if (r.b.empty() || r.a == r.b) continue;
-    below[r.a].push_back({r.b, r.data});
-    above[r.b].push_back({r.a, r.data});
-  }
   std::map<std::string, int> nr;  // entity -> its page number
-  for (auto* m : {&below, &above})
-    for (auto& e : *m) nr[e.first] = 0;
-  int n = 0;
-  for (auto& e : nr) e.second = ++n;
+  cob::for_rows(cobUsesTr, "", [&](const cob::row& r) {
+    if (r.b.empty() || r.a == r.b) return;
+    nr.emplace(r.a, 0);
+    nr.emplace(r.b, 0);
+  });
+  std::vector<const std::string*> entity{nullptr};
+  for (auto& e : nr) e.second = (int)entity.size(), entity.push_back(&e.first);
+  std::vector<char> above(entity.size()), below(entity.size());
+  std::map<std::string, int> dataNr;
+  std::vector<const std::string*> datas;
+  std::vector<std::array<int, 3>> turned;  // b, a, data
   side_page sp{*this};
-  for (auto& [e, list] : below) sp.write(j2h + "/cobB", nr[e], "is application of:", e, list);
-  for (auto& [e, list] : above) sp.write(j2h + "/cobA", nr[e], "is needed for:", e, list);
+  std::string head;
+  std::vector<std::pair<std::string, std::string>> list;
+  auto flush = [&](const char* dir, const char* title) {
+    if (!list.empty()) sp.write(j2h + dir, nr[head], title, head, list);
+    list.clear();
+  };
+  cob::for_rows(cobUsesTr, "", [&](const cob::row& r) {
+    if (r.b.empty() || r.a == r.b) return;
+    if (r.a != head) flush("/cobB", "is application of:"), head = r.a;
+    list.push_back({r.b, r.data});
+    auto d = dataNr.emplace(r.data, (int)datas.size());
+    if (d.second) datas.push_back(&d.first->first);
+    int a = nr[r.a], b = nr[r.b];
+    below[a] = above[b] = 1;
+    turned.push_back({b, a, d.first->second});
+  });
+  flush("/cobB", "is application of:");
+  // by the right side, each one's rows in the walk's (key) order
+  std::stable_sort(turned.begin(), turned.end(), [](auto& x, auto& y) { return x[0] < y[0]; });
+  for (auto& [b, a, d] : turned) {
+    if (*entity[b] != head) flush("/cobA", "is needed for:"), head = *entity[b];
+    list.push_back({*entity[a], *datas[d]});
+  }
+  flush("/cobA", "is needed for:");
   FILE* p = open_page(j2h + "/cobp.htm", "COBOL Entry Points, Cursors, Tables and Views");
   FILE* s = open_page(j2h + "/cobs.htm", "COBOL Storage");
   fputs("For storage without a below no sources were found:<br>", s);
@@ -84,7 +119,7 @@ void Java2Htm::cob_entity_pages() {
       letter[k] = name[0];
       fprintf(f, "\n<a name=\"%c_%u\"></a><br>|", name[0], (unsigned)i);
     }
-    bool a = above.count(e), b = below.count(e);
+    bool a = above[i], b = below[i];
     std::string A = a ? "<a href=cobA/" + nr2s + ".htm>above</a>" : "<font color='#FFFFF'>above</font>";
     std::string B = b ? "<a href=cobB/" + nr2s + ".htm>below</a>" : "<font color='#FFFFF'>below</font>";
     fprintf(f, "\n<br>%s . %s .. %s", A.c_str(), B.c_str(), html_text(e).c_str());

@@ -55,7 +55,25 @@ void Java2Htm::complete_cobUses() {
     tree_put(cobUsesTr, r.a + "~" + b, r.data);
   }
   cobUsesTr.become_deep_transitive();
+  if (add_path_names()) cobUsesTr.become_deep_transitive();
   printf("\nanz_elements( %s ) = %i", "cobUses.tr", cobUsesTr.number_of_elements());
+}
+
+// A right side that is a path (a program called by its file name, "p ..
+// dir/NAME") also stands for the program named by its last part: the row
+// a~p .. NAME is added, its data the path, unless NAME is the left side
+// itself.  Returns whether a row was added.
+bool Java2Htm::add_path_names() {
+  std::vector<std::pair<std::string, std::string>> add;
+  cob::for_rows(cobUsesTr, "", [&](const cob::row& r) {
+    std::string b = cob::name_of(r.b);
+    size_t slash = b.find_last_of("/\\");
+    if (slash == std::string::npos || slash + 1 == b.size()) return;
+    std::string name = b.substr(slash + 1);
+    if (name != cob::name_of(r.a)) add.push_back({r.a + "~p .. " + name, "1~" + b});
+  });
+  for (auto& [key, data] : add) tree_put(cobUsesTr, key, data);
+  return !add.empty();
 }
 
 void Java2Htm::DB_Cursors() {
@@ -100,17 +118,17 @@ void Java2Htm::cob_file_dependencies() {
   };
   inc_tree rel("cobFiles");
   file_rel fr;
-  for (auto& r : cob::rows_of(cobUsesTr)) {
+  cob::for_rows(cobUsesTr, "", [&](const cob::row& r) {
     int fa = file_of(r.a), fb = file_of(r.b);
     if (fa == -1) printf("\nno file 1 for[ %s ]", r.a.c_str());
     if (fb == -1) printf("\nno file 2 for[ %s ]", r.b.c_str());
-    if (fa < 0 || fb < 0 || fa == fb) continue;
+    if (fa < 0 || fb < 0 || fa == fb) return;
     char k[40];
     snprintf(k, sizeof k, "%07i~%07i", fa, fb);
     rel.StrIns('e', k, "1~");
     fr.below[fa]++;
     fr.above[fb]++;
-  }
+  });
   rel.become_deep_transitive();
   for (auto& r : cob::rows_of(rel)) {
     int a = std::stoi(r.a), b = std::stoi(r.b);
@@ -159,8 +177,9 @@ void Java2Htm::cob_file_dependencies() {
 
 void Java2Htm::cob_data_dependencies() {
   std::map<std::string, std::vector<cob::row>> tables;  // table -> rows of its users
-  for (auto& r : cob::rows_of(cobUsesTr))
+  cob::for_rows(cobUsesTr, "", [&](const cob::row& r) {
     if (cob::tag_of(r.b) == 't') tables[cob::name_of(r.b)].push_back(r);
+  });
   dir_with_css(j2h + "/cobtA");
   FILE* f = open_page(j2h + "/cobt.htm", "Database Tables");
   fputs("\n<br><a href=#stat>Statistics for</a> .\n<a href=#unref>Tables not found in the Code</a> .\n"

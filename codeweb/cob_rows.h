@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -15,20 +16,33 @@ struct row {
   std::string a, b, data;  // the sides of "<a>~<b>" (b empty without "~"), the data
 };
 
+// Calls `f(row)` for each row of `t` in key order, or for those whose key
+// begins with `prefix`; one row is held at a time, so a walk over a closed
+// relation needs no more memory than its longest row.  `f` must not change
+// `t`.
+template <class F>
+void for_rows(Btree& t, const char* prefix, F f) {
+  Btree_st st;
+  size_t n = strlen(prefix);
+  row r;
+  for (unsigned x = *prefix ? t.Getmin_At(st, prefix) : t.GetFirst(st); x; x = t.Next(st)) {
+    std::string_view k(st.k, st.k_L);
+    if (k.compare(0, n, prefix) != 0) break;
+    size_t tilde = k.find('~');
+    r.a.assign(k.substr(0, tilde));
+    if (tilde == std::string_view::npos)
+      r.b.clear();
+    else
+      r.b.assign(k.substr(tilde + 1));
+    r.data.assign(st.c);
+    f(r);
+  }
+}
+
 // All rows of `t` in key order, or those whose key begins with `prefix`.
 inline std::vector<row> rows_of(Btree& t, const char* prefix = "") {
   std::vector<row> v;
-  Btree_st st;
-  size_t n = strlen(prefix);
-  for (unsigned x = *prefix ? t.Getmin_At(st, prefix) : t.GetFirst(st); x; x = t.Next(st)) {
-    std::string k(st.k, st.k_L);
-    if (k.compare(0, n, prefix) != 0) break;
-    size_t tilde = k.find('~');
-    if (tilde == std::string::npos)
-      v.push_back({k, "", st.c});
-    else
-      v.push_back({k.substr(0, tilde), k.substr(tilde + 1), st.c});
-  }
+  for_rows(t, prefix, [&](const row& r) { v.push_back(r); });
   return v;
 }
 

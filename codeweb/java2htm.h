@@ -332,6 +332,7 @@ class Java2Htm : public ut_web {
   void see_table_synonyms();      // <root>/tables.sch -> synonyms
   void complete_cobUses();        // cobUses -> cobUses.tr, closed
   void cob_entity_pages();        // cobA/, cobB/, cobp.htm, cobs.htm
+  bool add_path_names();
   void DB_Cursors();              // curs.htm, curs/
   void cob_file_dependencies();   // cobfA/, cobfB/, cobfp.htm, cobsA.htm
   void cob_data_dependencies();   // cobt.htm, cobtA/
