@@ -110,7 +110,7 @@ void Java2Htm::phase20_php() {
         tree_put(*phpClasses, k, link);
         classRows[k].insert(classRows[k].begin(), "\n<br><br><a href=\"" + link + "\" TARGET=\"frame3\"><b>" +
                                                       html_text(k) + "</b></a>");
-      } else if (m.kind == "function") {
+      } else if (m.kind == "function" || (!m.cls.empty() && (m.kind == "const" || m.kind == "var"))) {
         classRows[m.cls.empty() ? "\1" : m.cls].push_back("\n<br>&nbsp; . <a href=\"" + link + "\" TARGET=\"frame3\">" +
                                                           html_text(m.cls.empty() ? m.name : m.cls + ". " + m.name) + "</a>");
       }

@@ -166,6 +166,8 @@ void php_reader::php_step() {
       line_ += "<a name=" + a + "></a>";
     }
   }
+  if (c == '$' && !class_.empty() && depth_ == class_depth_ && i_ + 1 < t_.size() && name_char(t_[i_ + 1]))
+    property();
   if (!name_char(c) || (i_ > 0 && (name_char(t_[i_ - 1]) || strchr("$>:\\", t_[i_ - 1])))) {
     line_ += html_text(std::string(1, c));
     i_++;
@@ -180,6 +182,7 @@ void php_reader::php_step() {
     return;
   for (const char* k : {"class", "interface", "trait", "function"})
     if (word_is(i_, k)) head(k, e);
+  if (word_is(i_, "const") && ((!class_.empty() && depth_ == class_depth_) || depth_ == 0)) constant(e);
   line_ += html_text(t_.substr(i_, e - i_));
   i_ = e;
 }
@@ -288,18 +291,68 @@ void php_reader::head(const char* kind, size_t name_at) {
   if (e == n) return;  // "function (": no name
   std::string name = t_.substr(n, e - n);
   bool is_class = kind[0] != 'f';
-  std::string a = std::string(1, is_class ? 'c' : 'f') + std::to_string(++anchors_);
-  // The words in front of the kind word on its line: the visibility.
-  size_t ls = i_;
-  while (ls > 0 && t_[ls - 1] != '\n' && i_ - ls < 200) ls--;  // a visibility is short
+  add_head(kind, name, marks_before(i_), is_class ? "" : class_);
+  if (is_class) pending_class_ = name;
+}
+
+// The words in front of `at` on its line (public, static, abstract, final,
+// a type, ...): the marks of a head, blank-separated.
+std::string php_reader::marks_before(size_t at) const {
+  size_t ls = at;
+  while (ls > 0 && t_[ls - 1] != '\n' && at - ls < 200) ls--;  // marks are short
   std::string vis;
-  for (size_t p = ls; p < i_; p++) vis += name_char(t_[p]) || t_[p] == ' ' ? t_[p] : ' ';
+  for (size_t p = ls; p < at; p++)
+    if (name_char(t_[p]))
+      vis += t_[p];
+    else if (!vis.empty() && vis.back() != ' ')
+      vis += ' ';
   while (!vis.empty() && vis.back() == ' ') vis.pop_back();
   while (!vis.empty() && vis[0] == ' ') vis.erase(0, 1);
+  return vis;
+}
+
+// The head of a member: its anchor (the kind's first letter and a running
+// number), the marks in blue, the kind word and the name in bold.
+void php_reader::add_head(const std::string& kind, const std::string& name, const std::string& marks,
+                          const std::string& cls) {
+  std::string a = kind.substr(0, 1) + std::to_string(++anchors_);
+  bool is_class = kind == "class" || kind == "interface" || kind == "trait";
   pending_head_ += "\n<a name=" + a + "></a>" +
-                   (vis.empty() ? "" : "<font color=#0000FF>" + html_text(vis) + "</font> ") +
+                   (marks.empty() ? "" : "<font color=#0000FF>" + html_text(marks) + "</font> ") +
                    (is_class ? "<font size=+1>" : "<font size=+0>") + kind + " <b>" + html_text(name) +
                    "</b></font>";
-  members.push_back({is_class ? "" : class_, name, is_class ? "class" : "function", a});
-  if (is_class) pending_class_ = name;
+  members.push_back({cls, name, is_class ? "class" : kind, a});
+}
+
+// "const NAME = ..." (also with a type before the name), in a class body or
+// outside any braces: a constant, listed with its class.
+void php_reader::constant(size_t word_end) {
+  size_t eq = word_end;
+  while (eq < t_.size() && t_[eq] != '=' && t_[eq] != ';' && t_[eq] != '\n') eq++;
+  if (eq >= t_.size() || t_[eq] != '=') return;
+  size_t e = eq;
+  while (e > word_end && blank(t_[e - 1])) e--;
+  size_t n = e;
+  while (n > word_end && name_char(t_[n - 1])) n--;
+  if (n == e) return;
+  std::string marks = marks_before(i_);
+  add_head("const", t_.substr(n, e - n), marks, class_);
+}
+
+// "$name" behind marks only (var, public, static, readonly, a type) in a
+// class body: a property of the class.
+void php_reader::property() {
+  size_t ls = i_;
+  while (ls > 0 && t_[ls - 1] != '\n' && i_ - ls <= 200) ls--;
+  if (ls > 0 && t_[ls - 1] != '\n') return;  // marks are short
+  for (size_t p = ls; p < i_; p++)
+    if (!name_char(t_[p]) && !blank(t_[p]) && !strchr("?|\\", t_[p])) return;  // code, not marks
+  std::string marks = " " + marks_before(i_) + " ";
+  bool modifier = false;
+  for (const char* w : {" var ", " public ", " protected ", " private ", " static ", " readonly "})
+    modifier = modifier || marks.find(w) != std::string::npos;
+  if (!modifier) return;
+  size_t e = i_ + 1;
+  while (e < t_.size() && name_char(t_[e])) e++;
+  add_head("var", t_.substr(i_, e - i_), marks.substr(1, marks.size() - 2), class_);
 }

@@ -10,8 +10,12 @@
 //    "#", "/* */") are shown as such; a "?>" inside them changes nothing;
 //  - "echo \"" and "print \"" show their string with each quote as "&#34;";
 //  - "class", "interface", "trait" and "function <name>" get a section head
-//    with an anchor (c<i>, f<i>) in front of their line, with the words in
-//    front of "function" (public, static, ...) as its visibility;
+//    in front of their line, with an anchor of the kind word's first letter
+//    and a running number (c<i>, i<i>, t<i>, f<i>) and the words in front of
+//    the kind word (public, static, abstract, final, ...) as its marks, in
+//    blue; so do "const NAME =" in a class body or outside braces (c<i>)
+//    and a property "$name" behind marks only (var, public, static, ...)
+//    in a class body (v<i>);
 //  - "$name" at the start of a line outside any braces is a global (g<i>);
 //  - "require" and "include" (also "_once", any case) as the first word of
 //    a line link the file the last string of the statement names, when the
@@ -31,7 +35,7 @@ class php_reader {
   struct member {
     std::string cls;     // the enclosing class, "" outside
     std::string name;
-    std::string kind;    // "class", "function", "global"
+    std::string kind;    // "class", "function", "const", "var", "global"
     std::string anchor;  // on the page
   };
   struct target {
@@ -62,6 +66,10 @@ class php_reader {
   void echo_string(size_t word_end);
   bool require_line(size_t word_end);
   void head(const char* kind, size_t name_at);
+  std::string marks_before(size_t at) const;
+  void add_head(const std::string& kind, const std::string& name, const std::string& marks, const std::string& cls);
+  void constant(size_t word_end);
+  void property();
   bool word_is(size_t at, const char* w) const;
   bool first_on_line(size_t at) const;
 

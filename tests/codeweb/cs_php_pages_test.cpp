@@ -128,8 +128,9 @@ TEST(PhpReader, MembersPerClassAndRequireLinks) {
     return t;
   };
   std::string p = r.page_of("<?php\nrequire_once 'lib/db.php';\nINCLUDE(\"none.php\");\n"
-                            "abstract class Repo extends Base {\n  public static function find($id) { return function() {}; }\n"
-                            "}\nfunction helper() {}\n$y = Repo::class;\n",
+                            "abstract class Repo extends Base {\n  const LIMIT = 10;\n  private static ?int $count = 0;\n"
+                            "  public static function find($id) { $z = 1; return function() {}; }\n"
+                            "  $notAProperty = 1;\n}\nfunction helper() {}\n$y = Repo::class;\nconst TOP = 1;\n",
                             "site/a.php");
   EXPECT_EQ(asked, (std::vector<std::string>{"lib/db.php", "none.php"}));
   EXPECT_TRUE(has(p, "<font class=kw>require_once</font> 'lib/<a href=../0/5.htm>db.php</a>';")) << p;
@@ -137,8 +138,11 @@ TEST(PhpReader, MembersPerClassAndRequireLinks) {
   EXPECT_EQ(r.reached, std::vector<int>{5});
   std::vector<std::string> m;
   for (auto& x : r.members) m.push_back(x.kind + ":" + x.cls + ":" + x.name);
-  EXPECT_EQ(m, (std::vector<std::string>{"class::Repo", "function:Repo:find", "function::helper", "global::$y"}));
-  EXPECT_TRUE(has(p, "<a name=f2></a><font color=#0000FF>public static</font> <font size=+0>function <b>find</b>"));
+  EXPECT_EQ(m, (std::vector<std::string>{"class::Repo", "const:Repo:LIMIT", "var:Repo:$count", "function:Repo:find",
+                                          "function::helper", "global::$y", "const::TOP"}));
+  EXPECT_TRUE(has(p, "<a name=c2></a><font size=+0>const <b>LIMIT</b>"));
+  EXPECT_TRUE(has(p, "<a name=v3></a><font color=#0000FF>private static int</font> <font size=+0>var <b>$count</b>"));
+  EXPECT_TRUE(has(p, "<a name=f4></a><font color=#0000FF>public static</font> <font size=+0>function <b>find</b>"));
   EXPECT_TRUE(has(p, "<font color=#0000FF>abstract</font> <font size=+1>class <b>Repo</b>"));
 }
 
@@ -147,7 +151,7 @@ TEST(PhpReader, MembersPerClassAndRequireLinks) {
 TEST(PhpWeb, LinksResolveAndClassesListTheirMembers) {
   TempDir t;
   write_file("src/index.php", "<?php\nrequire 'lib/Cart.php';\n?>\n");
-  write_file("src/lib/Cart.php", "<?php\nclass Cart {\n  function add($x) {}\n}\n");
+  write_file("src/lib/Cart.php", "<?php\nclass Cart {\n  function add($x) {}\n  const MAX = 3;\n}\n");
   std::string out = build("src");
   EXPECT_TRUE(has(out, "\nphp_fNr 2 = "));
   std::string page = read_file("src/j2h/php/0/1.htm");
@@ -155,7 +159,8 @@ TEST(PhpWeb, LinksResolveAndClassesListTheirMembers) {
   EXPECT_TRUE(std::filesystem::exists("src/j2h/php/0/2.htm"));
   std::string phc = read_file("src/j2h/phc.htm");
   EXPECT_TRUE(has(phc, "<a href=\"php/0/2.htm#c1\" TARGET=\"frame3\"><b>Cart</b></a>\n<br>&nbsp; . "
-                       "<a href=\"php/0/2.htm#f2\" TARGET=\"frame3\">Cart. add</a>")) << phc;
+                       "<a href=\"php/0/2.htm#f2\" TARGET=\"frame3\">Cart. add</a>\n<br>&nbsp; . "
+                       "<a href=\"php/0/2.htm#c3\" TARGET=\"frame3\">Cart. MAX</a>")) << phc;
   EXPECT_TRUE(has(read_file("src/j2h/phpdep.htm"), "<a href=\"php/0/2.htm\" TARGET=\"frame3\">/lib/Cart.php</a>"));
   EXPECT_TRUE(has(read_file("src/j2h/php.htm"), "<a href=\"php/0/1.htm\" TARGET=\"frame3\">/index.php</a>"));
 }
