@@ -1,6 +1,7 @@
 // The COBOL relation completed and closed, and the pages of cursors, of
 // file dependencies and of database tables.
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <map>
 
@@ -247,12 +248,13 @@ void Java2Htm::tables_not_in_use(FILE* out, const std::set<std::string>& used) {
       if (d.compare(0, 2, "D_") == 0) domains[d].push_back({line.substr(p), column});
     }
   }
-  int unref = 0;
+  std::set<std::string> unused;
   for (auto& t : schema)
     if (!used.count(t)) {
       fprintf(out, "\n<br>t .. %s", html_text(t).c_str());
-      unref++;
+      unused.insert(t);
     }
+  int unref = (int)unused.size();
   std::set<std::string> all(schema);
   all.insert(used.begin(), used.end());
   fprintf(out,
@@ -270,5 +272,48 @@ void Java2Htm::tables_not_in_use(FILE* out, const std::set<std::string>& used) {
               html_text(type + " [" + column + "]").c_str());
       first = false;
     }
+  }
+  tables_in_other_code(out, unused);
+}
+
+// The tables no COBOL statement names are looked for, as words in any case,
+// in the other code: the concatenations <root>/alles_* hold every file of
+// their kind behind a line "file: <path>".  Each file that names such a
+// table is listed under it, once.  The files are read a line at a time.
+void Java2Htm::tables_in_other_code(FILE* out, const std::set<std::string>& tables) {
+  if (tables.empty()) return;
+  std::map<std::string, std::set<std::string>> found;  // table -> files naming it
+  for (const std::string& name : safe_ut.list_dir(root.c_str())) {
+    if (name.compare(0, 6, "alles_") != 0) continue;
+    std::string file = root + "/" + name;
+    FILE* f = fopen(file.c_str(), "rb");
+    if (!f) continue;
+    char* line = nullptr;
+    size_t cap = 0;
+    std::string current = file, word;
+    for (ssize_t n; (n = getline(&line, &cap, f)) > 0;) {
+      if (n > 6 && strncmp(line, "file: ", 6) == 0) {
+        current.assign(line + 6, n - 6);
+        while (!current.empty() && (current.back() == '\n' || current.back() == '\r')) current.pop_back();
+        continue;
+      }
+      for (ssize_t k = 0; k <= n; k++) {
+        unsigned char c = k < n ? (unsigned char)line[k] : ' ';
+        if (isalnum(c) || c == '_') {
+          word += (char)safe_uts::to_upper_char(c);
+        } else if (!word.empty()) {
+          if (tables.count(word)) found[word].insert(current);
+          word.clear();
+        }
+      }
+    }
+    free(line);
+    fclose(f);
+  }
+  if (found.empty()) return;
+  fputs("\n<a name=other></a><br>\n<h3>Tables not detected in COBOL code, named in other code:</h3>", out);
+  for (auto& [t, files] : found) {
+    fprintf(out, "\n<br>t .. %s", html_text(t).c_str());
+    for (auto& file : files) fprintf(out, "\n<br>&nbsp; . %s", html_text(shown(file)).c_str());
   }
 }

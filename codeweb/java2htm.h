@@ -337,6 +337,7 @@ class Java2Htm : public ut_web {
   void cob_file_dependencies();   // cobfA/, cobfB/, cobfp.htm, cobsA.htm
   void cob_data_dependencies();   // cobt.htm, cobtA/
   void tables_not_in_use(FILE* out, const std::set<std::string>& used);
+  void tables_in_other_code(FILE* out, const std::set<std::string>& tables);
   void cob_entry_points();        // cobe.htm
   // cobm.htm; returns the pairs (loser, winner) of relative paths.
   std::vector<std::pair<std::string, std::string>> cob_multiples();

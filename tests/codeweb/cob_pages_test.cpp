@@ -218,8 +218,10 @@ TEST(CobWeb, AboveAndBelowPagesAgreeWithTheClosure) {
 TEST(CobWeb, TableStatisticsAndDomainContradictions) {
   TempDir t;
   copy_example();
+  write_file("src/batch/archive.c", "/* moves old rows to e_archive */\nint keep = 1; /* E_ARCHIVEX is another */\n");
   build("src");
   std::string cobt = read_file("src/j2h/cobt.htm");
+  EXPECT_TRUE(has(cobt, "named in other code:</h3>\n<br>t .. E_ARCHIVE\n<br>&nbsp; . /batch/archive.c")) << cobt;
   EXPECT_TRUE(has(cobt, "Tables not detected in algorithmic code:</h3>\n<br>t .. E_ARCHIVE\n<a name=stat>")) << cobt;
   EXPECT_TRUE(has(cobt, "Number of Tables: 5\n<br>Number of Tables in the DB Schema: 5\n<br>Number of Tables "
                         "not referred to from Code: 1\n<br>Number of Tables referred to from Code: 4<br>"));
