@@ -160,11 +160,12 @@ int whole_file::open(const std::string& path, bool probe) {
   final_ = path;
   temp_.clear();
   struct stat st;
-  if (os().lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode)) {
+  bool exists = os().lstat(path.c_str(), &st) == 0;  // what a name that is no link names
+  if (exists && S_ISLNK(st.st_mode)) {
     std::string to = os().realpath(path.c_str());
     if (!to.empty()) final_ = to;  // a dangling link is written through as it stands
+    exists = os().stat(final_.c_str(), &st) == 0;
   }
-  bool exists = os().stat(final_.c_str(), &st) == 0;
   if (exists && S_ISREG(st.st_mode)) {
     if (probe) {  // whether the old file may be written decides, as for a write in place
       int p = os().open(final_.c_str(), O_WRONLY | O_CLOEXEC, 0);
