@@ -312,11 +312,18 @@ std::string php_reader::marks_before(size_t at) const {
 }
 
 // The head of a member: its anchor (the kind's first letter and a running
-// number), the marks in blue, the kind word and the name in bold.
+// number), the marks in blue, the kind word and the name in bold.  A
+// constant or a property gets its anchor in its line instead, where it
+// stands: a class of many would otherwise be cut into as many blocks.
 void php_reader::add_head(const std::string& kind, const std::string& name, const std::string& marks,
                           const std::string& cls) {
   std::string a = kind.substr(0, 1) + std::to_string(++anchors_);
   bool is_class = kind == "class" || kind == "interface" || kind == "trait";
+  if (kind == "const" || kind == "var") {
+    line_ += "<a name=" + a + "></a>";
+    members.push_back({cls, name, kind, a});
+    return;
+  }
   pending_head_ += "\n<a name=" + a + "></a>" +
                    (marks.empty() ? "" : "<font color=#0000FF>" + html_text(marks) + "</font> ") +
                    (is_class ? "<font size=+1>" : "<font size=+0>") + kind + " <b>" + html_text(name) +

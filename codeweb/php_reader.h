@@ -13,9 +13,9 @@
 //    in front of their line, with an anchor of the kind word's first letter
 //    and a running number (c<i>, i<i>, t<i>, f<i>) and the words in front of
 //    the kind word (public, static, abstract, final, ...) as its marks, in
-//    blue; so do "const NAME =" in a class body or outside braces (c<i>)
-//    and a property "$name" behind marks only (var, public, static, ...)
-//    in a class body (v<i>);
+//    blue; "const NAME =" in a class body or outside braces (c<i>) and a
+//    property "$name" behind marks only (var, public, static, ...) in a
+//    class body (v<i>) are members with an anchor in their line;
 //  - "$name" at the start of a line outside any braces is a global (g<i>);
 //  - "require" and "include" (also "_once", any case) as the first word of
 //    a line link the file the last string of the statement names, when the
