@@ -18,12 +18,6 @@ std::pair<std::string, std::string> split_import(const std::string& key) {
   return {key.substr(0, s), key.substr(s + 1)};
 }
 
-// The package part of "a.b.C" ("a.b"), empty without a dot.
-std::string package_of(const std::string& name) {
-  size_t d = name.rfind('.');
-  return d == std::string::npos ? "" : name.substr(0, d);
-}
-
 }  // namespace
 
 void Java2Htm::show_imports() {
