@@ -320,6 +320,7 @@ void php_reader::add_head(const std::string& kind, const std::string& name, cons
   std::string a = kind.substr(0, 1) + std::to_string(++anchors_);
   bool is_class = kind == "class" || kind == "interface" || kind == "trait";
   if (kind == "const" || kind == "var") {
+    colour_marks();
     line_ += "<a name=" + a + "></a>";
     members.push_back({cls, name, kind, a});
     return;
@@ -329,6 +330,34 @@ void php_reader::add_head(const std::string& kind, const std::string& name, cons
                    (is_class ? "<font size=+1>" : "<font size=+0>") + kind + " <b>" + html_text(name) +
                    "</b></font>";
   members.push_back({cls, name, is_class ? "class" : kind, a});
+}
+
+// The modifier words at the start of this line, in front of the scan
+// (public, protected, private, static, var, final, abstract, readonly),
+// written as they stand, are put in blue, as a head shows them.
+void php_reader::colour_marks() {
+  size_t ls = i_;
+  while (ls > 0 && t_[ls - 1] != '\n' && i_ - ls <= 200) ls--;
+  while (ls < i_ && blank(t_[ls])) ls++;
+  size_t tail = i_ - ls;
+  if (line_.size() < tail || line_.compare(line_.size() - tail, tail, t_, ls, tail) != 0) return;
+  size_t e = ls;  // behind the last modifier
+  for (size_t w = ls; w < i_;) {
+    size_t we = w;
+    while (we < i_ && name_char(t_[we])) we++;
+    std::string word = t_.substr(w, we - w);
+    bool modifier = false;
+    for (const char* m : {"public", "protected", "private", "static", "var", "final", "abstract", "readonly"})
+      modifier = modifier || word == m;
+    if (!modifier || we == i_ || !blank(t_[we])) break;
+    e = we;
+    w = we;
+    while (w < i_ && blank(t_[w])) w++;
+  }
+  if (e == ls) return;
+  std::string rest = line_.substr(line_.size() - (i_ - e));
+  line_.resize(line_.size() - tail);
+  line_ += "<font color=#0000FF>" + t_.substr(ls, e - ls) + "</font>" + rest;
 }
 
 // "const NAME = ..." (also with a type before the name), in a class body or

@@ -15,7 +15,8 @@
 //    the kind word (public, static, abstract, final, ...) as its marks, in
 //    blue; "const NAME =" in a class body or outside braces (c<i>) and a
 //    property "$name" behind marks only (var, public, static, ...) in a
-//    class body (v<i>) are members with an anchor in their line;
+//    class body (v<i>) are members with an anchor in their line, their
+//    marks in blue;
 //  - "$name" at the start of a line outside any braces is a global (g<i>);
 //  - "require" and "include" (also "_once", any case) as the first word of
 //    a line link the file the last string of the statement names, when the
@@ -70,6 +71,7 @@ class php_reader {
   void add_head(const std::string& kind, const std::string& name, const std::string& marks, const std::string& cls);
   void constant(size_t word_end);
   void property();
+  void colour_marks();
   bool word_is(size_t at, const char* w) const;
   bool first_on_line(size_t at) const;
 

@@ -140,7 +140,8 @@ TEST(PhpReader, MembersPerClassAndRequireLinks) {
   for (auto& x : r.members) m.push_back(x.kind + ":" + x.cls + ":" + x.name);
   EXPECT_EQ(m, (std::vector<std::string>{"class::Repo", "const:Repo:LIMIT", "var:Repo:$count", "function:Repo:find",
                                           "function::helper", "global::$y", "const::TOP"}));
-  EXPECT_TRUE(has(p, "\n  <a name=c2></a>const LIMIT = 10;\n  private static ?int <a name=v3></a>$count = 0;")) << p;
+  EXPECT_TRUE(has(p, "\n  <a name=c2></a>const LIMIT = 10;\n  <font color=#0000FF>private static</font> ?int "
+                     "<a name=v3></a>$count = 0;")) << p;
   EXPECT_TRUE(has(p, "<a name=f4></a><font color=#0000FF>public static</font> <font size=+0>function <b>find</b>"));
   EXPECT_TRUE(has(p, "<font color=#0000FF>abstract</font> <font size=+1>class <b>Repo</b>"));
 }
