@@ -282,4 +282,5 @@ class Btree : public standard {
   unsigned long pos_mod_ = 0;     // value of mod_ when the position was read
   bool memory_ = true;            // pages live at cache[nr]
   bool damaged_ = false;          // a page of the file was found damaged: no more writes
+  bool spilled_ = false;          // the file is this tree's own overflow: every page in it was written here
 };

@@ -96,6 +96,7 @@ void Btree::clear_all() {
   file_len_ = 0;
   memory_ = true;
   damaged_ = false;
+  spilled_ = false;
   read_only = 0;
   surr = 0;
   max_k_L = bf::max_key;
@@ -285,6 +286,7 @@ void Btree::to_memory_overflow() {
   temporary = 1;
   no_view = 1;
   memory_ = false;
+  spilled_ = true;
   slot_of_.assign(e_cache, -1);
   for (int s = 0; s < e_cache; s++) {
     Btree_page* p = cache[s];
