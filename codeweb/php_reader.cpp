@@ -295,11 +295,24 @@ void php_reader::head(const char* kind, size_t name_at) {
   if (is_class) pending_class_ = name;
 }
 
+// The start of the line of `at`, looked for at most 200 bytes back: marks
+// are short, and a longer line has none.
+size_t php_reader::line_start(size_t at) const {
+  size_t ls = at;
+  while (ls > 0 && t_[ls - 1] != '\n' && at - ls < 200) ls--;
+  return ls;
+}
+
+bool php_reader::is_modifier(const std::string& word) {
+  for (const char* m : {"public", "protected", "private", "static", "var", "final", "abstract", "readonly"})
+    if (word == m) return true;
+  return false;
+}
+
 // The words in front of `at` on its line (public, static, abstract, final,
 // a type, ...): the marks of a head, blank-separated.
 std::string php_reader::marks_before(size_t at) const {
-  size_t ls = at;
-  while (ls > 0 && t_[ls - 1] != '\n' && at - ls < 200) ls--;  // marks are short
+  size_t ls = line_start(at);
   std::string vis;
   for (size_t p = ls; p < at; p++)
     if (name_char(t_[p]))
@@ -336,8 +349,7 @@ void php_reader::add_head(const std::string& kind, const std::string& name, cons
 // (public, protected, private, static, var, final, abstract, readonly),
 // written as they stand, are put in blue, as a head shows them.
 void php_reader::colour_marks() {
-  size_t ls = i_;
-  while (ls > 0 && t_[ls - 1] != '\n' && i_ - ls <= 200) ls--;
+  size_t ls = line_start(i_);
   while (ls < i_ && blank(t_[ls])) ls++;
   size_t tail = i_ - ls;
   if (line_.size() < tail || line_.compare(line_.size() - tail, tail, t_, ls, tail) != 0) return;
@@ -345,11 +357,7 @@ void php_reader::colour_marks() {
   for (size_t w = ls; w < i_;) {
     size_t we = w;
     while (we < i_ && name_char(t_[we])) we++;
-    std::string word = t_.substr(w, we - w);
-    bool modifier = false;
-    for (const char* m : {"public", "protected", "private", "static", "var", "final", "abstract", "readonly"})
-      modifier = modifier || word == m;
-    if (!modifier || we == i_ || !blank(t_[we])) break;
+    if (!is_modifier(t_.substr(w, we - w)) || we == i_ || !blank(t_[we])) break;
     e = we;
     w = we;
     while (w < i_ && blank(t_[w])) w++;
@@ -378,17 +386,19 @@ void php_reader::constant(size_t word_end) {
 // "$name" behind marks only (var, public, static, readonly, a type) in a
 // class body: a property of the class.
 void php_reader::property() {
-  size_t ls = i_;
-  while (ls > 0 && t_[ls - 1] != '\n' && i_ - ls <= 200) ls--;
+  size_t ls = line_start(i_);
   if (ls > 0 && t_[ls - 1] != '\n') return;  // marks are short
   for (size_t p = ls; p < i_; p++)
     if (!name_char(t_[p]) && !blank(t_[p]) && !strchr("?|\\", t_[p])) return;  // code, not marks
-  std::string marks = " " + marks_before(i_) + " ";
+  std::string marks = marks_before(i_);
   bool modifier = false;
-  for (const char* w : {" var ", " public ", " protected ", " private ", " static ", " readonly "})
-    modifier = modifier || marks.find(w) != std::string::npos;
+  for (size_t w = 0; w < marks.size() && !modifier;) {
+    size_t we = std::min(marks.find(' ', w), marks.size());
+    modifier = is_modifier(marks.substr(w, we - w));
+    w = we + 1;
+  }
   if (!modifier) return;
   size_t e = i_ + 1;
   while (e < t_.size() && name_char(t_[e])) e++;
-  add_head("var", t_.substr(i_, e - i_), marks.substr(1, marks.size() - 2), class_);
+  add_head("var", t_.substr(i_, e - i_), marks, class_);
 }

@@ -67,6 +67,8 @@ class php_reader {
   void echo_string(size_t word_end);
   bool require_line(size_t word_end);
   void head(const char* kind, size_t name_at);
+  size_t line_start(size_t at) const;
+  static bool is_modifier(const std::string& word);
   std::string marks_before(size_t at) const;
   void add_head(const std::string& kind, const std::string& name, const std::string& marks, const std::string& cls);
   void constant(size_t word_end);
