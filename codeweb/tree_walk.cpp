@@ -88,6 +88,7 @@ void Java2Htm::phase3_listing() {
   // <j2h> is made anew.
   read_forget_list();
   if (!safe_ut.rm_tree_below(root.c_str(), j2h)) exut.fail(__LINE__, SRC, "System: cannot remove %s", j2h.c_str());
+  forget_prepared_folders();
   dir_with_css(j2h);
   safe_ut.ensure_dir((j2h + "/index").c_str());
   ERD_to_htm();

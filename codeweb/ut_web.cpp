@@ -31,16 +31,14 @@ const char* const blanks =
 ut_web::ut_web() : head(page_head), title_head(table_head), title_tail(table_tail), filler(blanks) {}
 
 void ut_web::dir_with_css(const std::string& dir) {
-  // Called for every page: a folder made earlier in this process costs one
-  // look at its sheet instead of the folder's write probe.  A folder removed
-  // since (a later build in the same process) has no sheet and is made anew.
-  static std::unordered_set<std::string> made;
-  std::string css = dir + "/j2h.css";
-  if (made.count(dir) && file_ops::is_file(css)) return;
+  // Called for every page: a folder this build has prepared costs nothing.
+  // The set belongs to the build, so a later build in the same process
+  // (whose web was removed in between) prepares its folders anew.
+  if (css_dirs_.count(dir)) return;
   safe_ut.ensure_dir(dir.c_str());
   // One sheet for all code pages, the web's own included.
-  ut_htm::j2h_css(css.c_str());
-  made.insert(dir);
+  ut_htm::j2h_css((dir + "/j2h.css").c_str());
+  css_dirs_.insert(dir);
 }
 
 void ut_web::title_table(FILE* f, const char* title) {

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <unordered_set>
 
 class ut_web {
  public:
@@ -20,13 +21,19 @@ class ut_web {
   const char* filler;
 
   // Makes sure `dir` exists and holds a "j2h.css"; the style sheet is
-  // written only when the file is not there yet.
-  static void dir_with_css(const std::string& dir);
+  // written only when the file is not there yet.  Each folder is prepared
+  // once per build: pages are only ever added to it.
+  void dir_with_css(const std::string& dir);
+  // The web folder was emptied: every folder is prepared anew.
+  void forget_prepared_folders() { css_dirs_.clear(); }
   // Creates `name` (a page) and writes the page head and the title table
   // with `title`.
   FILE* open_page(const std::string& name, const char* title);
   // Writes the title table with `title`.
   void title_table(FILE* f, const char* title);
+
+ private:
+  std::unordered_set<std::string> css_dirs_;  // folders this build gave the sheet
 };
 
 // Ends a page that open_page began (closes the font and the body) and

@@ -159,6 +159,15 @@ whole_file::~whole_file() {
 int whole_file::open(const std::string& path, bool probe) {
   final_ = path;
   temp_.clear();
+  // Most names are new (the pages of a web made afresh): an exclusive
+  // create makes them in one step.  A name that is taken (a file, a link,
+  // even a dangling one) or any other failure goes the long way below,
+  // which also gives the error worth reporting.
+  fd_ = os().open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+  if (fd_ >= 0) {
+    new_file_ = true;
+    return fd_;
+  }
   struct stat st;
   bool exists = os().lstat(path.c_str(), &st) == 0;  // what a name that is no link names
   if (exists && S_ISLNK(st.st_mode)) {

@@ -293,6 +293,9 @@ class safe_uts {
   static const char* const ACL_hint;
 
  private:
+  // `read_text` for what it does not open itself (with the reports of
+  // `open_fd`).
+  std::string read_text_slowly(const char* name);
   // Steps of `system`.
   std::string new_capture();
   int quick_command(const char* comm);

@@ -510,16 +510,61 @@ std::string safe_uts::read_head(const char* name, const char* stop, bool nocase)
   return text;
 }
 
+// A whole text is read through one handle: opened without waiting (a pipe
+// would block an open for reading), looked at, read raw in one piece and
+// folded in place.  Whatever is no regular input, and every name that does
+// not open, goes through `open_fd`, which reports it as any open does.
 std::string safe_uts::read_text(const char* name) {
   NN(name);
-  int fd = open_fd(name, 'r', 't');
+  std::string p = os_name(name);
+  int e0 = errno;
+  int fd = os().open(p.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC, 0);
   struct stat st;
-  if (os().fstat(fd, &st) == 0 && st.st_size > max_text) {
+  if (fd >= 0 && (os().fstat(fd, &st) != 0 || !S_ISREG(st.st_mode))) {
+    os().close(fd);
+    fd = -1;
+  }
+  if (fd < 0) {
+    errno = e0;
+    return read_text_slowly(name);
+  }
+  if (st.st_size > max_text) {
+    os().close(fd);
     errno = 0;
-    close_fd(&fd, SRC, __LINE__);
     exut.fail(__LINE__, SRC, "User: %s is too large to be read as one text: %lld bytes, at most %ld\n", name,
               (long long)st.st_size, max_text);
   }
+  // One byte more than the size shows whether the file grew meanwhile.
+  std::string raw((size_t)st.st_size + 1, '\0');
+  size_t got = 0;
+  while (true) {
+    ssize_t r = read_full(fd, &raw[got], raw.size() - got);
+    if (r < 0) {
+      os().close(fd);
+      exut.fail(__LINE__, SRC, "System: cannot read from file %s (errno %i)\n", name, errno);
+    }
+    got += (size_t)r;
+    if (got < raw.size()) break;
+    if (raw.size() > (size_t)max_text) {
+      os().close(fd);
+      errno = 0;
+      exut.fail(__LINE__, SRC, "User: %s is too large to be read as one text: more than %ld bytes\n", name, max_text);
+    }
+    raw.resize(raw.size() * 2);
+  }
+  os().close(fd);
+  text_fold fold;
+  size_t used = 0, n = fold.fold(raw.data(), got, raw.data(), got, &used);
+  n += fold.finish(raw.data() + n, got - n);
+  raw.resize(n);
+  errno = 0;
+  return raw;
+}
+
+// The long way for what `read_text` does not open itself: a folder, a
+// device, a name that cannot be opened, each with the report of `open_fd`.
+std::string safe_uts::read_text_slowly(const char* name) {
+  int fd = open_fd(name, 'r', 't');
   std::string text;
   char buf[65536];
   while (true) {
