@@ -43,11 +43,18 @@ std::string normal_path(const std::string& path) {
   return r;
 }
 
-// `path` resolved, when it lies below `root`; "" otherwise.
+// `path` resolved, when it lies below `root`; "" otherwise.  The result
+// begins with `root` as the caller spells it ("./a/b" for the root "."),
+// since the file keys of the walk do.
 std::string below_root(const std::string& path, const std::string& root_) {
   std::string r = normal_path(path), root = normal_path(root_);
+  if (root.empty()) {  // "." (every relative path that stays inside) or "/"
+    bool abs = !root_.empty() && root_[0] == '/';
+    if (r.empty() || (r[0] == '/') != abs) return "";
+    return abs ? r : root_ + "/" + r;
+  }
   if (r.empty() || r.size() <= root.size() || r.compare(0, root.size(), root) || r[root.size()] != '/') return "";
-  return r;
+  return root_ + r.substr(root.size());
 }
 
 bool has_key(Btree& t, const std::string& k) {

@@ -40,7 +40,9 @@ bool normal_path(const std::string& path, std::string& out) {
       parts.push_back(p);
     }
   }
-  out = path.size() && path[0] == '/' ? "/" : "";
+  // A leading "/" or "./" stays: the walk's file keys begin with the root
+  // as it was given.
+  out = path.size() && path[0] == '/' ? "/" : path.compare(0, 2, "./") == 0 ? "./" : "";
   for (size_t k = 0; k < parts.size(); k++) out += (k ? "/" : "") + parts[k];
   return true;
 }

@@ -165,6 +165,17 @@ TEST(PhpWeb, LinksResolveAndClassesListTheirMembers) {
   EXPECT_TRUE(has(read_file("src/j2h/php.htm"), "<a href=\"php/0/1.htm\" TARGET=\"frame3\">/index.php</a>"));
 }
 
+// With the root "." a require that climbs out of its folder still finds
+// its file.
+TEST(PhpWeb, RequireWithDotsResolvesWhenTheRootIsTheCurrentFolder) {
+  TempDir t;
+  write_file("app/x/index.php", "<?php\nrequire '../lib/Cart.php';\n?>\n");
+  write_file("app/lib/Cart.php", "<?php\nclass Cart {}\n");
+  build(".");
+  std::string page = read_file("j2h/php/0/2.htm");
+  EXPECT_TRUE(has(page, "<a href=../0/1.htm>Cart.php</a>")) << page;
+}
+
 // The example trees build with the command and end well.
 TEST(CsPhpExamples, BuildFromTheCommandLine) {
   for (const char* lang : {"cs", "php"}) {

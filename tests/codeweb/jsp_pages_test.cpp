@@ -205,6 +205,19 @@ TEST(JspWeb, IncludesAreResolvedThroughTheTailsAndTheFolders) {
   EXPECT_TRUE(has(list, "4 Files"));
 }
 
+// Built with the root "." (the usual command line): a name found in two
+// folders is looked for in the including file's folder first.
+TEST(JspWeb, IncludesResolveWhenTheRootIsTheCurrentFolder) {
+  TempDir t;
+  write_file("a/p.jsp", "<%@ include file=\"h.jsp\" %>\n");
+  write_file("a/h.jsp", "A\n");
+  write_file("b/h.jsp", "B\n");
+  std::string out = build(".");
+  std::string p = read_file("j2h/0/2.htm");
+  EXPECT_TRUE(has(p, "include file=<a href=../0/1.htm>\"h.jsp\"</a>")) << p;
+  EXPECT_FALSE(has(out, "no such inc_2")) << out;
+}
+
 TEST(JspWeb, ImportsAndAppletsMakeTheUsesPages) {
   TempDir t;
   write_file("src/a/one.jsp", "<%@ page import=\"shop.model.*, shop.util.Money\" %>\n");
