@@ -59,35 +59,44 @@ bool server_reader::at(const char* s) const { return t_.compare(i_, strlen(s), s
 bool server_reader::at_nocase(const char* s) const {
   size_t n = strlen(s);
   if (i_ + n > t_.size()) return false;
-  for (size_t k = 0; k < n; k++)
-    if (tolower((unsigned char)t_[i_ + k]) != tolower((unsigned char)s[k])) return false;
+  for (size_t k = 0; k < n; k++) {
+    unsigned char c = (unsigned char)t_[i_ + k], w = (unsigned char)s[k];
+    if (c != w && (c | 0x20) != (w | 0x20)) return false;
+    if (c != w && !isalpha(w)) return false;  // only letters differ in case
+  }
   return true;
+}
+
+// Appends [s, s + n) with "<", ">" and "&" as character references, the
+// runs between them in one piece.
+static void append_esc(std::string& o, const char* s, size_t n) {
+  size_t from = 0;
+  for (size_t k = 0; k < n; k++) {
+    const char* r = s[k] == '<' ? "&lt;" : s[k] == '>' ? "&gt;" : s[k] == '&' ? "&amp;" : nullptr;
+    if (!r) continue;
+    o.append(s + from, k - from);
+    o += r;
+    from = k + 1;
+  }
+  o.append(s + from, n - from);
 }
 
 std::string server_reader::esc(const std::string& s) {
   std::string o;
   o.reserve(s.size());
-  for (char c : s) {
-    if (c == '<')
-      o += "&lt;";
-    else if (c == '>')
-      o += "&gt;";
-    else if (c == '&')
-      o += "&amp;";
-    else
-      o += c;
-  }
+  append_esc(o, s.data(), s.size());
   return o;
 }
 
 void server_reader::copy(size_t n) {
   n = std::min(n, t_.size() - i_);
-  for (size_t k = i_; k < i_ + n; k++)
-    if (!blank(t_[k])) {
-      head_ = false;
-      break;
-    }
-  out_ += esc(t_.substr(i_, n));
+  if (head_)
+    for (size_t k = i_; k < i_ + n; k++)
+      if (!blank(t_[k])) {
+        head_ = false;
+        break;
+      }
+  append_esc(out_, t_.data() + i_, n);
   i_ += n;
 }
 
@@ -248,6 +257,12 @@ void jsp_reader::scan() {
 }
 
 void jsp_reader::lt() {
+  // Only "<%", "<!" and "<jsp:" open something; any other "<" is text.
+  char c1 = i_ + 1 < t_.size() ? t_[i_ + 1] : '\0';
+  if (c1 != '%' && c1 != '!' && c1 != 'j' && c1 != 'J') {
+    copy(1);
+    return;
+  }
   if (at("<%-- START OF PROTECTED") || at("<%-- END OF PROTECTED")) {
     drop_through("--%>");
   } else if (at("<%--")) {
