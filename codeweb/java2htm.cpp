@@ -250,6 +250,7 @@ void Java2Htm::make_htm_dir(const char* exe_, const char* root_arg, const char* 
 }
 
 Java2Htm::~Java2Htm() {
+  safe_ut.made_empty("");
   if (jscr) safe_ut.close_FILE(&jscr, SRC, __LINE__);
   if (check_jnt) safe_ut.close_FILE(&check_jnt, SRC, __LINE__);
   if (!ended || archive) return;  // a failed run leaves no reports

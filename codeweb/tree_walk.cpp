@@ -90,6 +90,7 @@ void Java2Htm::phase3_listing() {
   if (!safe_ut.rm_tree_below(root.c_str(), j2h)) exut.fail(__LINE__, SRC, "System: cannot remove %s", j2h.c_str());
   forget_prepared_folders();
   dir_with_css(j2h);
+  safe_ut.made_empty(j2h.c_str());
   safe_ut.ensure_dir((j2h + "/index").c_str());
   ERD_to_htm();
   SQL_to_htm();

@@ -148,7 +148,14 @@ class safe_uts {
 
   // ---------------------------------------------------- open, close, I/O
   FILE* open_FILE(const char* name, const char* mode);
+  // Creates (or replaces) `name` for writing; a stale index companion
+  // "INDX/<name>" beside it goes.
   FILE* create(const char* name);
+  // `dir` (as names spell it) was just emptied and made anew by this run:
+  // files created below it can have no stale companion, so none is looked
+  // for.  "" forgets the mark, and so does every change of the current
+  // folder.
+  void made_empty(const char* dir);
   FILE* create_in(const char* dir, const char* name);
   FILE* create_deep(const char* name);
   FILE* open_append(const char* name);
@@ -293,6 +300,7 @@ class safe_uts {
   static const char* const ACL_hint;
 
  private:
+  std::string empty_dir_;  // see made_empty
   // `read_text` for what it does not open itself (with the reports of
   // `open_fd`).
   std::string read_text_slowly(const char* name);

@@ -167,14 +167,26 @@ FILE* safe_uts::create(const char* name) {
   }
   if (fflush(f) != 0) exut.fail(__LINE__, SRC, "System: cannot write to %s\n", name);
   count_open("create", f, name);
-  // A stale index companion of the file goes.
-  std::string dir = file_ops::parent(p), base = file_ops::base(p);
-  std::string indx = (p.find('/') == std::string::npos ? std::string("INDX/") : dir + "/INDX/") + base;
-  int e0 = errno;
-  os().unlink(indx.c_str());
-  errno = e0;
+  // A stale index companion of the file goes, unless the file lies in a
+  // folder made empty by this run.
+  size_t m = empty_dir_.size();
+  bool in_empty = m && p.size() > m + 1 && p.compare(0, m, empty_dir_) == 0 && p[m] == '/' &&
+                  p.find("/..", m) == std::string::npos;
+  if (!in_empty) {
+    std::string dir = file_ops::parent(p), base = file_ops::base(p);
+    std::string indx = (p.find('/') == std::string::npos ? std::string("INDX/") : dir + "/INDX/") + base;
+    int e0 = errno;
+    os().unlink(indx.c_str());
+    errno = e0;
+  }
   if (showComm) printf("\nfileno = %i for %s\n", os_stream::fd_of(f), name);
   return f;
+}
+
+void safe_uts::made_empty(const char* dir) {
+  NN(dir);
+  empty_dir_ = *dir ? os_name(dir) : std::string();
+  while (empty_dir_.size() > 1 && empty_dir_.back() == '/') empty_dir_.pop_back();
 }
 
 FILE* safe_uts::create_in(const char* dir, const char* name) {

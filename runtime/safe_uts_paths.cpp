@@ -235,6 +235,7 @@ std::string safe_uts::cwd() {
 
 void safe_uts::change_dir(const char* dir) {
   NN(dir);
+  made_empty("");  // names below the marked folder now mean other files
   std::string p = os_name(dir);
   if (os().chdir(p.c_str()) != 0) {
     std::string cd = cwd();
@@ -249,6 +250,7 @@ folder_guard::~folder_guard() {
 }
 
 void folder_guard::enter(const char* dir, const char* who) {
+  safe_ut.made_empty("");
   if (!who) {
     safe_ut.change_dir(dir);
   } else if (os().chdir(safe_ut.os_name(dir).c_str()) != 0) {
@@ -260,6 +262,7 @@ void folder_guard::enter(const char* dir, const char* who) {
 
 void folder_guard::back(const char* who) {
   away_ = false;
+  safe_ut.made_empty("");
   if (!who) {
     safe_ut.change_dir(before_.c_str());
   } else if (os().chdir(before_.c_str()) != 0) {
@@ -271,6 +274,7 @@ void folder_guard::back(const char* who) {
 
 bool folder_guard::back_quietly() {
   away_ = false;
+  safe_ut.made_empty("");
   int e0 = errno;
   bool ok = os().chdir(before_.c_str()) == 0;
   errno = e0;

@@ -72,6 +72,30 @@ TEST(SafeFiles, CreateLimitsAndBackslashes) {
   safe_ut.write_text("sub\\f.txt", "new\n");
   EXPECT_EQ(read_file("sub/f.txt"), "new\n");
   EXPECT_FALSE(file_exists("sub/INDX/f.txt"));
+  // Below a folder marked as made empty no companion is looked for; a name
+  // that climbs out of it, a folder beside it and a change of folder are
+  // not covered by the mark.
+  write_file("web/INDX/p.htm", "planted");
+  write_file("sub/INDX/g.txt", "old");
+  write_file("sub/INDX/h.txt", "old");
+  safe_ut.made_empty("web/");
+  safe_ut.write_text("web/p.htm", "x");
+  EXPECT_TRUE(file_exists("web/INDX/p.htm"));
+  safe_ut.write_text("web/../sub/g.txt", "x");
+  EXPECT_FALSE(file_exists("sub/INDX/g.txt"));
+  write_file("webx/INDX/q.htm", "old");
+  safe_ut.write_text("webx/q.htm", "x");
+  EXPECT_FALSE(file_exists("webx/INDX/q.htm"));
+  {
+    folder_guard g;
+    g.enter("sub", "test");
+    g.back("test");
+  }
+  write_file("web/INDX/p.htm", "planted");
+  safe_ut.write_text("web/p.htm", "x");
+  EXPECT_FALSE(file_exists("web/INDX/p.htm"));
+  safe_ut.write_text("sub/h.txt", "x");
+  EXPECT_FALSE(file_exists("sub/INDX/h.txt"));
 }
 
 TEST(SafeFiles, HandlesAndRecords) {
