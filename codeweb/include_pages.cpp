@@ -222,15 +222,14 @@ int Java2Htm::put_incs(FILE* out, int depth, const std::string& path, Btree* tre
   return maxDepth;
 }
 
-// The includes of one file read at each `pattern`; a known, unvisited
-// file goes one level deeper.
-void Java2Htm::put_incs_of_file(FILE* to, int depth, const std::string& path, Btree* tree, const char* pattern,
-                                const char* kind) {
-  std::string real = real_of(path);
-  if (real.empty()) return;
+// The include names of one file at each `pattern`, read once per
+// language: the structure of every page that includes the file walks them
+// again.
+const std::vector<std::string>& Java2Htm::include_names(const std::string& real, const char* pattern, bool cpp) {
+  auto [it, fresh] = incNamesOf.try_emplace(std::string(pattern) + '\n' + real);
+  if (!fresh) return it->second;
   std::string text = safe_ut.read_text(real.c_str());
   size_t L = strlen(pattern);
-  bool cpp = !strcmp(kind, "cpp");
   // The pattern in any case ("#include" is found by "#INC"), searched in a
   // lower-case copy of the same length.
   std::string low = text, pat = pattern;
@@ -245,7 +244,18 @@ void Java2Htm::put_incs_of_file(FILE* to, int depth, const std::string& path, Bt
     if (a == std::string::npos) continue;
     size_t e = line.find_first_of("\">", a + 1);
     std::string name = line.substr(a + 1, e == std::string::npos ? std::string::npos : e - a - 1);
-    if (name.empty()) continue;
+    if (!name.empty()) it->second.push_back(name);
+  }
+  return it->second;
+}
+
+// The includes of one file read at each `pattern`; a known, unvisited
+// file goes one level deeper.
+void Java2Htm::put_incs_of_file(FILE* to, int depth, const std::string& path, Btree* tree, const char* pattern,
+                                const char* kind) {
+  std::string real = real_of(path);
+  if (real.empty()) return;
+  for (const std::string& name : include_names(real, pattern, !strcmp(kind, "cpp"))) {
     std::string found;
     if (!make_path(real, found, name) || found.empty() || incVisited->contains(found.c_str())) continue;
     if (!real_of(found).empty()) put_incs(to, depth + 1, found, tree, pattern, kind);

@@ -22,6 +22,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "codeweb/phase_clock.h"
@@ -117,6 +118,9 @@ class Java2Htm : public ut_web {
   // include, most of the time of a large ASP tree), cleared after each
   // language.
   std::map<std::string, std::string> incFiles;
+  // The include names of each file read by put_incs, by pattern and path.
+  std::unordered_map<std::string, std::vector<std::string>> incNamesOf;
+  const std::vector<std::string>& include_names(const std::string& real, const char* pattern, bool cpp);
   int maxDepth = 0;               // deepest include level seen
   // Rows of the include structure beyond this nesting are not expanded:
   // bounds the work of deep chains (a chain of n files would otherwise

@@ -199,6 +199,7 @@ static void read_all(Java2Htm& w, int kind, int (Java2Htm::*reader)(int)) {
 void Java2Htm::end_of_language() {
   if (safe_ut.ok_is_a("tempNr") == 'd') safe_ut.rm_tree("tempNr");
   incFiles.clear();
+  incNamesOf.clear();
 }
 
 void Java2Htm::phase9_jsp() {

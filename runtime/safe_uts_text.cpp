@@ -218,7 +218,11 @@ int safe_uts::words_in(const char* s, const char* t, bool caps_only) {
 // ------------------------------------------------------- changing in place
 
 int safe_uts::to_upper_char(int c) { return toupper(c & 0xFF); }
-int safe_uts::to_lower_char(int c) { return tolower(c & 0xFF); }
+// The program never sets a locale, so lower case is that of ASCII.
+int safe_uts::to_lower_char(int c) {
+  c &= 0xFF;
+  return c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c;
+}
 
 void safe_uts::cut_tail(char* s, int c) {
   NN(s);
