@@ -81,7 +81,7 @@ void Java2Htm::cob_entity_pages() {
   std::map<std::string, int> dataNr;
   std::vector<const std::string*> datas;
   std::vector<std::array<int, 3>> turned;  // b, a, data
-  side_page sp{*this};
+  side_page sp{*this, {}};
   std::string head;
   std::vector<std::pair<std::string, std::string>> list;
   auto flush = [&](const char* dir, const char* title) {
