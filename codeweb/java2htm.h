@@ -475,6 +475,7 @@ class Java2Htm : public ut_web {
   Btree allMethods;                     // "%c%s~%s" first letter, method, "<class> :: <method>" -> link
   std::string rootTitle;                // the class whose bases are being shown
   FILE* code_mo = nullptr;              // xx_code_mo while the maps are written
+  FILE* to_code_app = nullptr;          // index/to_code while the maps are written
   static constexpr int max_map_rows = 20000;  // rows of one hierarchy on one page
   // ============================= end of class maps
 
