@@ -36,10 +36,14 @@ void Java2Htm::phase21_cobol() {
         " . <a href=cobt.htm>Tables</a> . <a href=curs.htm>Cursors</a> . <a href=cobfp.htm>Files</a><br>",
         cob);
   int commands = 0;
-  for (auto& [key, n] : files) {
-    commands += COB_to_htm(n);
-    std::string path = fReal[n].empty() ? fPath[n] : fReal[n];
-    fprintf(cob, "\n<br><a href=cob/%s.htm>%s</a>", nr2(n), html_text(shown(path)).c_str());
+  {
+    held_appends hold(*this);
+    for (auto& [key, n] : files) {
+      commands += COB_to_htm(n);
+      std::string path = fReal[n].empty() ? fPath[n] : fReal[n];
+      fprintf(cob, "\n<br><a href=cob/%s.htm>%s</a>", nr2(n), html_text(shown(path)).c_str());
+    }
+    hold.release();
   }
   fprintf(cob, "\n<br><br><font size=1>%zu Files, %i cob Commands</font>\n</font></BODY></HTML>\n", files.size(),
           commands);
@@ -79,9 +83,7 @@ int Java2Htm::COB_to_htm(int fNr) {
     if (u.key.find("~s .. ") != std::string::npos) tree_put(codef, reader.page, "?../..~COPY");
   }
   if (!reader.sql.empty()) {
-    FILE* f = safe_ut.open_append((root + "/tables.xxx").c_str());
-    safe_ut.write_FILE(f, reader.sql.data(), (long)reader.sql.size());
-    safe_ut.close_FILE(&f, SRC, __LINE__);
+    append_text(root + "/tables.xxx", reader.sql);
   }
   for (auto& n : reader.notes) printf("\ncob note: %s: %s", rel.c_str(), n.c_str());
   return reader.commands;

@@ -79,9 +79,7 @@ struct web_sink : cpp_sink {
   bool included() override { return fNr < (int)web.is_inc_for.size() && web.is_inc_for[fNr]; }
   bool traced(const std::string& name) override { return web.cppTraceUs.count("+" + name) > 0; }
   void sql(const std::string& text) override {
-    FILE* f = safe_ut.open_append((web.root + "/tables.xxx").c_str());
-    safe_ut.write_FILE(f, text.data(), (long)text.size());
-    safe_ut.close_FILE(&f, SRC, __LINE__);
+    web.append_text(web.root + "/tables.xxx", text);
   }
 };
 
@@ -101,18 +99,12 @@ int Java2Htm::CPP_to_htm(int fNr) {
   if (ends_with(fPath[fNr], ".cs")) return CSharp_to_htm(fNr);
   if (!cppDone.insert(fPath[fNr]).second) return 0;
   std::string text = safe_ut.read_text(real.c_str());
-  FILE* all = safe_ut.open_append((j2h + "/ALL_ccode").c_str());
-  safe_ut.write_FILE(all, text.data(), (long)text.size());
-  safe_ut.close_FILE(&all, SRC, __LINE__);
+  append_text(j2h + "/ALL_ccode", text);
   if (selection.empty() || real.find(selection) != std::string::npos) cppSelected += (long)text.size();
   cppBytes += (long)text.size();
   if (++cppCount % 100 == 0) printf("\ncode: %5u, %12u", (unsigned)cppCount, (unsigned)cppBytes);
   if (roseStream) {
-    FILE* f = safe_ut.open_append("xx_ALLCode");
-    std::string head = "\n\nfile: " + real + "\n";
-    safe_ut.write_FILE(f, head.data(), (long)head.size());
-    safe_ut.write_FILE(f, text.data(), (long)text.size());
-    safe_ut.close_FILE(&f, SRC, __LINE__);
+    append_text("xx_ALLCode", "\n\nfile: " + real + "\n" + text);
   }
   inc_index(fNr);
   if (real.find("/ui_") != std::string::npos) {
@@ -181,7 +173,11 @@ void Java2Htm::phase13_cpp() {
     std::string name = base_of(fReal[r.second]);
     fprintf(f, "\n<br><a href=\"%s.htm\" TARGET=\"frame3\">%s</a>", nr2(r.second), codelex::lt_escaped(name, "&lt;").c_str());
   }
-  for (auto& r : rows) CPP_to_htm(r.second);
+  {
+    held_appends hold(*this);
+    for (auto& r : rows) CPP_to_htm(r.second);
+    hold.release();
+  }
   unsigned percent = (unsigned)(dialogNeLoCode * 100 / (cppNeLoCode < 1 ? 1 : cppNeLoCode));
   fprintf(f,
           "\n</font><br><br><font face=\"Verdena,Arial\" size=1>\n%u Files = %u neLoCode + %u LoHiddenComm\n"

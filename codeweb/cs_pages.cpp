@@ -45,7 +45,11 @@ void Java2Htm::phase13_cs() {
   for (auto& r : rows)
     fprintf(f, "\n<br><a href=\"%s.htm\" TARGET=\"frame3\">%s</a>", nr2(r.second),
             html_text(base_of(fReal[r.second])).c_str());
-  for (auto& r : rows) CPP_to_htm(r.second);
+  {
+    held_appends hold(*this);
+    for (auto& r : rows) CPP_to_htm(r.second);
+    hold.release();
+  }
   fprintf(f, "\n</font><br><br><font face=\"Verdena,Arial\" size=1>\n%u Files = %u neLoCode\n</font></BODY></HTML>\n",
           (unsigned)rows.size(), (unsigned)csNeLoCode);
   safe_ut.close_FILE(&f, SRC, __LINE__);
@@ -56,9 +60,7 @@ int Java2Htm::CSharp_to_htm(int fNr) {
   const std::string& real = fReal[fNr];
   std::string text = safe_ut.read_text(real.c_str());
   // The concatenation of all C# code, appended in-process.
-  FILE* all = safe_ut.open_append((j2h + "/ALL_cscode").c_str());
-  safe_ut.write_FILE(all, text.data(), (long)text.size());
-  safe_ut.close_FILE(&all, SRC, __LINE__);
+  append_text(j2h + "/ALL_cscode", text);
   csCount++;
   inc_index(fNr);
   dir_with_css(j2h + codelex::fmt("/%i", fNr / 100));

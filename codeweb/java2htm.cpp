@@ -266,3 +266,33 @@ Java2Htm::~Java2Htm() {
     exut.reset_after_failure();
   }
 }
+
+void Java2Htm::append_text(const std::string& path, const std::string& text) {
+  if (!holdAppends) {
+    FILE* f = safe_ut.open_append(path.c_str());
+    safe_ut.write_FILE(f, text.data(), (long)text.size());
+    safe_ut.close_FILE(&f, SRC, __LINE__);
+    return;
+  }
+  FILE*& f = heldAppends[path];
+  if (!f) f = safe_ut.open_append(path.c_str());
+  safe_ut.write_FILE(f, text.data(), (long)text.size());
+}
+
+// The end of the loop: each held file is closed, a failing close reported.
+void Java2Htm::held_appends::release() {
+  web.holdAppends = false;
+  for (auto& [path, f] : web.heldAppends)
+    if (f) safe_ut.close_FILE(&f, SRC, __LINE__);
+  web.heldAppends.clear();
+}
+
+// A loop left by a failure: the run ends with that failure's report, so
+// the files are only closed.
+Java2Htm::held_appends::~held_appends() {
+  if (!web.holdAppends) return;
+  web.holdAppends = false;
+  for (auto& [path, f] : web.heldAppends)
+    if (f) fclose(f);
+  web.heldAppends.clear();
+}

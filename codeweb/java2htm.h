@@ -476,6 +476,17 @@ class Java2Htm : public ut_web {
   std::string rootTitle;                // the class whose bases are being shown
   FILE* code_mo = nullptr;              // xx_code_mo while the maps are written
   FILE* to_code_app = nullptr;          // index/to_code while the maps are written
+  // Appends to a file of the whole run (ALL_ccode, tables.xxx, ...): while
+  // a loop holds them, each file keeps one handle until the loop ends.
+  void append_text(const std::string& path, const std::string& text);
+  struct held_appends {
+    Java2Htm& web;
+    explicit held_appends(Java2Htm& w) : web(w) { web.holdAppends = true; }
+    void release();  // closes the held files; the loop calls it when it is done
+    ~held_appends();
+  };
+  bool holdAppends = false;
+  std::map<std::string, FILE*> heldAppends;
   static constexpr int max_map_rows = 20000;  // rows of one hierarchy on one page
   // ============================= end of class maps
 
