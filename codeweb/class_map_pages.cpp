@@ -231,12 +231,7 @@ void Java2Htm::create_class_map(const std::string& cls, const std::string& mapPa
   size_t s1 = mapPath.rfind('/');
   size_t s2 = s1 == std::string::npos || s1 == 0 ? std::string::npos : mapPath.rfind('/', s1 - 1);
   std::string tail = s2 == std::string::npos ? mapPath : mapPath.substr(s2 + 1);
-  if (to_code_app) {
-    fprintf(to_code_app, "\n~%s~%s~", cls.c_str(), tail.c_str());
-  } else if (FILE* tc = safe_ut.open_append((j2h + "/index/to_code").c_str())) {
-    fprintf(tc, "\n~%s~%s~", cls.c_str(), tail.c_str());
-    safe_ut.close_FILE(&tc, SRC, __LINE__);
-  }
+  append_text(j2h + "/index/to_code", "\n~" + cls + "~" + tail + "~");
   if (code_mo) fprintf(code_mo, "\nclass %s", cls.c_str());
   std::string docText, seeAlso;
   Btree_st st;

@@ -164,13 +164,14 @@ void Java2Htm::phase14_class_pages() {
   fputs("\n</font></BODY></HTML>\n", f);
   safe_ut.close_FILE(&f, SRC, __LINE__);
   code_mo = safe_ut.open_append("xx_code_mo");
-  // One handle appends the row of every map to index/to_code.
-  to_code_app = safe_ut.open_append((j2h + "/index/to_code").c_str());
-  for (auto& m : maps) {
-    size_t t = m.first.rfind('~');
-    create_class_map(m.first.substr(2, t - 2), m.second, m.first.substr(t + 1));
+  {
+    held_appends hold(*this);  // one handle appends every map's row to index/to_code
+    for (auto& m : maps) {
+      size_t t = m.first.rfind('~');
+      create_class_map(m.first.substr(2, t - 2), m.second, m.first.substr(t + 1));
+    }
+    hold.release();
   }
-  if (to_code_app) safe_ut.close_FILE(&to_code_app, SRC, __LINE__);
   if (code_mo) safe_ut.close_FILE(&code_mo, SRC, __LINE__);
   write_funcs(*this, w);
   showALLMethods();

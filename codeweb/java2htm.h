@@ -475,7 +475,6 @@ class Java2Htm : public ut_web {
   Btree allMethods;                     // "%c%s~%s" first letter, method, "<class> :: <method>" -> link
   std::string rootTitle;                // the class whose bases are being shown
   FILE* code_mo = nullptr;              // xx_code_mo while the maps are written
-  FILE* to_code_app = nullptr;          // index/to_code while the maps are written
   // Appends to a file of the whole run (ALL_ccode, tables.xxx, ...): while
   // a loop holds them, each file keeps one handle until the loop ends.
   void append_text(const std::string& path, const std::string& text);
