@@ -163,6 +163,9 @@ class Btree : public standard {
   int read_only = 0;
   int temporary = 0;
   int quiet = 0;  // no show of a refused insertion or update
+  // Rows of a deep closure held in memory; beyond them its passes go on in
+  // the tree (see Btree_closure.cpp).
+  long closure_rows = 500000;
   int no_view = 0;  // pages only through read_at and write_at, never a view
   unsigned surr = 0;
   Btree_st st;
@@ -262,7 +265,8 @@ class Btree : public standard {
   bool path_to_last(const char* path, int L, unsigned root, bool make, unsigned char* key, int& kl);
 
   // Relations (Btree_rel.cpp).
-  int trans_pass(bool deep);
+  // One pass over the relation, from the first key at or above `from`.
+  int trans_pass(bool deep, const std::string& from);
   int trans_step(const char* a, const char* b, bool deep);
 
   static void enter(const char* method);

@@ -101,10 +101,10 @@ int Btree::trans_step(const char* a, const char* b, bool deep) {
   return n;
 }
 
-int Btree::trans_pass(bool deep) {
+int Btree::trans_pass(bool deep, const std::string& from) {
   Btree_st s;
   int added = 0;
-  for (unsigned x = GetFirst(s); x; x = Next(s)) {
+  for (unsigned x = from.empty() ? GetFirst(s) : Getmin_GE(s, from.data(), (int)from.size()); x; x = Next(s)) {
     char* t = static_cast<char*>(memchr(s.k, '~', s.k_L));
     if (!t) not_a_relation(s);
     *t = 0;
@@ -118,18 +118,7 @@ int Btree::become_transitive() {
   ENTER("become_transitive");
   int total = 0;
   for (;;) {
-    int added = trans_pass(false);
-    total += added;
-    if (!added) return total;
-  }
-}
-
-int Btree::become_deep_transitive() {
-  ENTER("become_deep_transitive");
-  int total = 0;
-  for (;;) {
-    int added = trans_pass(true);
-    exut.show_int("anz-anz1", added);
+    int added = trans_pass(false, {});
     total += added;
     if (!added) return total;
   }
