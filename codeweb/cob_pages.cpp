@@ -166,31 +166,34 @@ void Java2Htm::add_htm_entry_Links() {
   for (int n = 1; n <= cfNr; n++) {
     if (fKind[n] != k_cobol) continue;
     std::string file = j2h + "/" + strNr2(n, "cob/") + ".htm";
-    if (safe_ut.ok_is_a(file.c_str()) != 'f') continue;
-    std::string p = safe_ut.read_text(file.c_str()), out;
-    out.reserve(p.size() + 1000);
-    size_t s = 0;
-    // Only the code is linked, not the section list behind "eof".
-    size_t eof = std::min(p.size(), p.find("<a name=eof>"));
-    for (size_t m = p.find(">C", s); m < eof; m = p.find(">C", s)) {
-      if (p.compare(m, 6, ">CALL ") != 0 && p.compare(m, 6, ">COPY ") != 0) {
-        out.append(p, s, m + 2 - s);
-        s = m + 2;
-        continue;
-      }
-      size_t b = m + 6, e = p.find_first_of("< \n\t", b);
-      if (e == std::string::npos) e = p.size();
-      std::string name = p.substr(b, e - b), def = in_index(name);
-      out.append(p, s, b - s);
-      if (def.size() > 7)
-        out += "<a href=../../" + def.substr(2) + ">" + name + "</a>";
-      else {
-        printf("\nnoCodeFor: %s", name.c_str());
-        out += name;
-      }
-      s = e;
-    }
-    out.append(p, s, std::string::npos);
-    safe_ut.write_text(file.c_str(), out);
+    safe_ut.edit_text(file.c_str(), [&](std::string& p) { p = entry_links_of(p); });
   }
+}
+
+std::string Java2Htm::entry_links_of(const std::string& p) {
+  std::string out;
+  out.reserve(p.size() + 1000);
+  size_t s = 0;
+  // Only the code is linked, not the section list behind "eof".
+  size_t eof = std::min(p.size(), p.find("<a name=eof>"));
+  for (size_t m = p.find(">C", s); m < eof; m = p.find(">C", s)) {
+    if (p.compare(m, 6, ">CALL ") != 0 && p.compare(m, 6, ">COPY ") != 0) {
+      out.append(p, s, m + 2 - s);
+      s = m + 2;
+      continue;
+    }
+    size_t b = m + 6, e = p.find_first_of("< \n\t", b);
+    if (e == std::string::npos) e = p.size();
+    std::string name = p.substr(b, e - b), def = in_index(name);
+    out.append(p, s, b - s);
+    if (def.size() > 7)
+      out += "<a href=../../" + def.substr(2) + ">" + name + "</a>";
+    else {
+      printf("\nnoCodeFor: %s", name.c_str());
+      out += name;
+    }
+    s = e;
+  }
+  out.append(p, s, std::string::npos);
+  return out;
 }

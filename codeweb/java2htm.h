@@ -324,6 +324,7 @@ class Java2Htm : public ut_web {
   // ============================= COBOL pages (cob_pages.cpp)
   void phase21_cobol();        // cob.htm, a page per COBOL file, the relation and its pages
   void add_htm_entry_Links();  // phase 22: CALL and COPY names linked through codef
+  std::string entry_links_of(const std::string& page);  // one page's text, linked
   // The page of file `fNr` (kind 6); returns the count of its commands.
   int COB_to_htm(int fNr);
   // A definition "p .. <name>" or "s .. <name>" at `page`#`anchor` of the

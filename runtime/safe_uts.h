@@ -10,6 +10,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -182,6 +183,11 @@ class safe_uts {
   // reads no further than it must, so a file's head costs what the head is.
   std::string read_head(const char* name, const char* stop, bool nocase);
   void write_text(const char* name, const std::string& text);
+  // Replaces the text of the regular file `name` (as read_text gives it) by
+  // what `edit` makes of it; false, and nothing touched, when there is no
+  // such file.  Below the folder marked by made_empty the file is this
+  // run's own and is rewritten in place; elsewhere it is replaced whole.
+  bool edit_text(const char* name, const std::function<void(std::string&)>& edit);
   void remove_file(const char* name);
   void rename_file(const char* from, const char* to);
 
@@ -304,6 +310,10 @@ class safe_uts {
   // `read_text` for what it does not open itself (with the reports of
   // `open_fd`).
   std::string read_text_slowly(const char* name);
+  // The folded text of the open regular file `fd` of `size` bytes.
+  std::string read_open_text(int fd, off_t size, const char* name);
+  // Whether the spelled path `p` lies below the folder marked by made_empty.
+  bool below_made_empty(const std::string& p) const;
   // Steps of `system`.
   std::string new_capture();
   int quick_command(const char* comm);

@@ -169,10 +169,7 @@ FILE* safe_uts::create(const char* name) {
   count_open("create", f, name);
   // A stale index companion of the file goes, unless the file lies in a
   // folder made empty by this run.
-  size_t m = empty_dir_.size();
-  bool in_empty = m && p.size() > m + 1 && p.compare(0, m, empty_dir_) == 0 && p[m] == '/' &&
-                  p.find("/..", m) == std::string::npos;
-  if (!in_empty) {
+  if (!below_made_empty(p)) {
     std::string dir = file_ops::parent(p), base = file_ops::base(p);
     std::string indx = (p.find('/') == std::string::npos ? std::string("INDX/") : dir + "/INDX/") + base;
     int e0 = errno;
@@ -181,6 +178,12 @@ FILE* safe_uts::create(const char* name) {
   }
   if (showComm) printf("\nfileno = %i for %s\n", os_stream::fd_of(f), name);
   return f;
+}
+
+bool safe_uts::below_made_empty(const std::string& p) const {
+  size_t m = empty_dir_.size();
+  return m && p.size() > m + 1 && p.compare(0, m, empty_dir_) == 0 && p[m] == '/' &&
+         p.find("/..", m) == std::string::npos;
 }
 
 void safe_uts::made_empty(const char* dir) {
@@ -540,14 +543,21 @@ std::string safe_uts::read_text(const char* name) {
     errno = e0;
     return read_text_slowly(name);
   }
-  if (st.st_size > max_text) {
+  std::string text = read_open_text(fd, st.st_size, name);
+  os().close(fd);
+  errno = 0;
+  return text;
+}
+
+std::string safe_uts::read_open_text(int fd, off_t size, const char* name) {
+  if (size > max_text) {
     os().close(fd);
     errno = 0;
     exut.fail(__LINE__, SRC, "User: %s is too large to be read as one text: %lld bytes, at most %ld\n", name,
-              (long long)st.st_size, max_text);
+              (long long)size, max_text);
   }
   // One byte more than the size shows whether the file grew meanwhile.
-  std::string raw((size_t)st.st_size + 1, '\0');
+  std::string raw((size_t)size + 1, '\0');
   size_t got = 0;
   while (true) {
     ssize_t r = read_full(fd, &raw[got], raw.size() - got);
@@ -564,14 +574,13 @@ std::string safe_uts::read_text(const char* name) {
     }
     raw.resize(raw.size() * 2);
   }
-  os().close(fd);
   text_fold fold;
   size_t used = 0, n = fold.fold(raw.data(), got, raw.data(), got, &used);
   n += fold.finish(raw.data() + n, got - n);
   raw.resize(n);
-  errno = 0;
   return raw;
 }
+
 
 // The long way for what `read_text` does not open itself: a folder, a
 // device, a name that cannot be opened, each with the report of `open_fd`.
@@ -593,6 +602,39 @@ void safe_uts::write_text(const char* name, const std::string& text) {
   FILE* f = create(name);
   write_FILE(f, text.data(), (long)text.size());
   close_FILE(&f, SRC, __LINE__);
+}
+
+bool safe_uts::edit_text(const char* name, const std::function<void(std::string&)>& edit) {
+  NN(name);
+  std::string p = os_name(expanded(name).c_str());
+  if (below_made_empty(p)) {
+    // A page of this run: one handle reads and rewrites it.  Anything that
+    // is not a plain file of one name (a link, a second name) goes the
+    // long way, which never writes through to another file.
+    int e0 = errno;
+    int fd = os().open(p.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0);
+    struct stat st;
+    if (fd >= 0 && os().fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_nlink == 1) {
+      std::string text = read_open_text(fd, st.st_size, name);
+      edit(text);
+      bool ok = pwrite_all(fd, text.data(), text.size(), 0) && os().truncate(fd, (off_t)text.size()) == 0;
+      int e = errno;
+      if (os().close(fd) != 0 && ok) {
+        ok = false;
+        e = errno;
+      }
+      if (!ok) write_failure(name, e ? e : EIO);
+      errno = 0;
+      return true;
+    }
+    if (fd >= 0) os().close(fd);
+    errno = e0;
+  }
+  if (ok_is_a(name) != 'f') return false;
+  std::string text = read_text(name);
+  edit(text);
+  write_text(name, text);
+  return true;
 }
 
 void safe_uts::remove_file(const char* name) {

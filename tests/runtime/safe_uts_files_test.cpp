@@ -98,6 +98,44 @@ TEST(SafeFiles, CreateLimitsAndBackslashes) {
   EXPECT_FALSE(file_exists("sub/INDX/h.txt"));
 }
 
+// An edit reads the text as read_text gives it.  Below the marked folder
+// the page is rewritten through its own handle; a page with a second name
+// there, and every file elsewhere, is replaced whole, so the other name
+// keeps its text.
+TEST(SafeFiles, EditsRewriteInPlaceOnlyInTheRunsOwnFolder) {
+  TempDir t;
+  auto inode = [](const char* p) {
+    struct stat st;
+    return stat(p, &st) == 0 ? st.st_ino : 0;
+  };
+  auto shout = [](std::string& s) {
+    for (char& c : s) c = (char)toupper((unsigned char)c);
+  };
+  write_file("web/a.htm", "ab\r\ncd\x1a tail");
+  write_file("web/b.htm", "a long text that shrinks");
+  write_file("web/c.htm", "kept");
+  write_file("out.txt", "out");
+  ASSERT_EQ(link("web/c.htm", "other.htm"), 0);
+  safe_ut.made_empty("web");
+  ino_t a = inode("web/a.htm"), o = inode("out.txt");
+  EXPECT_TRUE(safe_ut.edit_text("web/a.htm", shout));
+  EXPECT_EQ(read_file("web/a.htm"), "AB\nCD");
+  EXPECT_EQ(inode("web/a.htm"), a);
+  EXPECT_TRUE(safe_ut.edit_text("web/b.htm", [](std::string& s) { s = "short"; }));
+  EXPECT_EQ(read_file("web/b.htm"), "short");
+  EXPECT_TRUE(safe_ut.edit_text("web/c.htm", shout));
+  EXPECT_EQ(read_file("web/c.htm"), "KEPT");
+  EXPECT_EQ(read_file("other.htm"), "kept");
+  EXPECT_TRUE(safe_ut.edit_text("out.txt", shout));
+  EXPECT_EQ(read_file("out.txt"), "OUT");
+  EXPECT_NE(inode("out.txt"), o);
+  bool called = false;
+  EXPECT_FALSE(safe_ut.edit_text("web/none.htm", [&](std::string&) { called = true; }));
+  EXPECT_FALSE(safe_ut.edit_text("web", [&](std::string&) { called = true; }));
+  EXPECT_FALSE(called);
+  safe_ut.made_empty("");
+}
+
 TEST(SafeFiles, HandlesAndRecords) {
   TempDir t;
   safe_ut.ensure_dir("d");
