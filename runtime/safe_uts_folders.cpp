@@ -281,10 +281,13 @@ void safe_uts::back_up(const char* from_dir, const char* to_dir, int keep, const
   if (ok_is_a(td.c_str()) != 'd') exut.fail(__LINE__, SRC, "User: not such dir nch = %s", to_dir);
   int k = keep <= 3 ? 0 : keep == 4 ? 5 : keep == 7 ? 8 : keep > 9 ? 9 : keep;
   std::string target = td;
-  if (k > 0) target += "/" + std::string(today()).substr(0, (size_t)k);
+  if (k > 0) {
+    const char* d = today();
+    (target += '/').append(d, strnlen(d, (size_t)k));
+  }
   if (ok_is_a(fd.c_str()) != 'd') exut.fail(__LINE__, SRC, "User: no such src folder: %s", from_dir);
   std::string src = fd + "/" + name;
-  target += "/" + std::string(name);
+  (target += '/') += name;
   if (ok_is_a(src.c_str()) == 'd') {
     snprintf(comm_buf, sizeof comm_buf, "cptree \"%s\" \"%s\"", src.c_str(), target.c_str());
   } else {
