@@ -44,7 +44,7 @@ std::vector<std::pair<std::string, std::string>> rows_at(Btree& t, const std::st
   std::vector<std::pair<std::string, std::string>> r;
   Btree_st st;
   std::string p = prefix.substr(0, 252);
-  for (unsigned ok = t.Getmin_GE(st, p.c_str()); ok; ok = t.Getmin_GR(st, r.back().first.c_str())) {
+  for (unsigned ok = t.Getmin_GE(st, p.data(), (int)p.size()); ok; ok = t.Next(st)) {
     if (st.k_L < p.size() || memcmp(st.k, p.data(), p.size()) != 0) break;
     r.emplace_back(std::string(st.k, st.k_L), st.c);
   }
@@ -167,12 +167,16 @@ void Java2Htm::show_methods(FILE* out, const std::string& cls, int level) {
   key = std::string(st.k, st.k_L);
   fprintf(out, "<br><br>%s<a href=../%s>%s</a>%s", ind.c_str(), page_link(st.c).c_str(), class_shown(cls).c_str(),
           kind.c_str());
+  // allMethods takes the rows of a class once: a second map showing it
+  // would only put the same rows again.
+  bool listed = !methods_listed.insert(key).second;
   for (auto& m : rows_at(cppsecs, key + " ::")) {
     std::string method = m.first.substr(key.size() + 3);
     while (!method.empty() && method[0] == ' ') method.erase(0, 1);
     if (method.empty()) continue;
     std::string link = page_link(m.second);
     fprintf(out, "\n<br>%s<a href=../%s>%s</a>", ind.c_str(), link.c_str(), html_text(method).c_str());
+    if (listed) continue;
     char first = (char)toupper((unsigned char)method[0]);
     tree_put(allMethods, std::string(1, first) + method + "~" + m.first, link);
   }

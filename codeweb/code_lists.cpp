@@ -61,14 +61,14 @@ void Java2Htm::show_sorted(FILE* out, Btree& tree, const char* closing) {
   Btree_st st;
   for (unsigned ok = tree.GetFirst(st); ok; ok = tree.Next(st)) rows.push_back({st.k, st.c});
   auto group_of = [](const std::string& k) { return k.substr(0, k.find('/')); };
-  std::string last = "\n";
+  std::string last(1, '\n');  // no group is a newline
   for (const row& r : rows) {
     std::string g = group_of(r.key);
     if (g == last) continue;
     fprintf(out, "\n<a href=\"#%s\">%s</a><br>", g.c_str(), g.c_str());
     last = g;
   }
-  last = "\n";
+  last.assign(1, '\n');
   for (const row& r : rows) {
     std::string g = group_of(r.key);
     if (g != last) fprintf(out, "\n<br>|<a name=\"%s\"></a>", g.c_str());

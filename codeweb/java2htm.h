@@ -23,6 +23,7 @@
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "codeweb/phase_clock.h"
@@ -474,6 +475,7 @@ class Java2Htm : public ut_web {
   std::unique_ptr<Btree> subClasses;    // "<super>~<class>" -> kind, made on first use
   Btree rootClasses;                    // class without superclass -> "?" or the class it was met for
   Btree allMethods;                     // "%c%s~%s" first letter, method, "<class> :: <method>" -> link
+  std::unordered_set<std::string> methods_listed;  // cppsecs classes whose rows are in allMethods
   std::string rootTitle;                // the class whose bases are being shown
   FILE* code_mo = nullptr;              // xx_code_mo while the maps are written
   // Appends to a file of the whole run (ALL_ccode, tables.xxx, ...): while
