@@ -7,6 +7,8 @@
 #include <cstring>
 #include <map>
 #include <set>
+#include <string_view>
+#include <unordered_map>
 
 #include "codeweb/cob_rows.h"
 #include "codeweb/java2htm.h"
@@ -36,7 +38,7 @@ const char* const forget_file = "/forget.lst";
 namespace {
 struct side_page {
   Java2Htm& web;
-  std::map<std::string, std::string> defs;  // entity -> link of its definition, looked up once
+  std::unordered_map<std::string, std::string> defs;  // entity -> link of its definition, looked up once
   const std::string& def_of(const std::string& entity) {
     auto [at, added] = defs.try_emplace(entity);
     if (added) at->second = cob::def_link(web.in_index(cob::name_of(entity)));
@@ -69,23 +71,29 @@ struct side_page {
 // rows are kept as numbers (entity, entity, data) for the above pages.  So
 // no row is held as text twice, however large the closure.
 void Java2Htm::cob_entity_pages() {
-  std::map<std::string, int> nr;  // entity -> its page number
+  std::map<std::string, int> nr;  // entity -> its page number, in name order
   cob::for_rows(cobUsesTr, "", [&](const cob::row& r) {
     if (r.b.empty() || r.a == r.b) return;
-    nr.emplace(r.a, 0);
-    nr.emplace(r.b, 0);
+    nr.try_emplace(r.a, 0);
+    nr.try_emplace(r.b, 0);
   });
   std::vector<const std::string*> entity{nullptr};
-  for (auto& e : nr) e.second = (int)entity.size(), entity.push_back(&e.first);
+  std::unordered_map<std::string_view, int> nr_of;  // the same numbers, for the lookups by row
+  nr_of.reserve(nr.size());
+  for (auto& e : nr) {
+    e.second = (int)entity.size();
+    entity.push_back(&e.first);
+    nr_of.emplace(e.first, e.second);
+  }
   std::vector<char> above(entity.size()), below(entity.size());
-  std::map<std::string, int> dataNr;
+  std::unordered_map<std::string, int> dataNr;
   std::vector<const std::string*> datas;
   std::vector<std::array<int, 3>> turned;  // b, a, data
   side_page sp{*this, {}};
   std::string head;
   std::vector<std::pair<std::string, std::string>> list;
   auto flush = [&](const char* dir, const char* title) {
-    if (!list.empty()) sp.write(j2h + dir, nr[head], title, head, list);
+    if (!list.empty()) sp.write(j2h + dir, nr_of.at(head), title, head, list);
     list.clear();
   };
   cob::for_rows(cobUsesTr, "", [&](const cob::row& r) {
@@ -94,7 +102,7 @@ void Java2Htm::cob_entity_pages() {
     list.push_back({r.b, r.data});
     auto d = dataNr.emplace(r.data, (int)datas.size());
     if (d.second) datas.push_back(&d.first->first);
-    int a = nr[r.a], b = nr[r.b];
+    int a = nr_of.at(r.a), b = nr_of.at(r.b);
     below[a] = above[b] = 1;
     turned.push_back({b, a, d.first->second});
   });
