@@ -20,7 +20,7 @@ set -euo pipefail
 src=$(cd "$(dirname "$0")/../.." && pwd)
 secs=${1:-30}
 [ $# -gt 0 ] && shift
-all=(rbuffer_fuzz clean_fuzz link_check_fuzz wconf_fuzz btree_file_fuzz btree_ops_fuzz
+all=(rbuffer_fuzz clean_fuzz link_check_fuzz wconf_fuzz btree_file_fuzz btree_ops_fuzz btree_closure_fuzz
      cards_fuzz sections_fuzz profile_fuzz sort_fuzz hotspots_fuzz topic_search_fuzz j2h_root_fuzz
      java_reader_fuzz code_tidy_fuzz call_relation_fuzz cpp_reader_fuzz include_relation_fuzz)
 all+=(vb_reader_fuzz erd_reader_fuzz)
@@ -70,6 +70,7 @@ seeds_of() {
                       "$src"/ut_brelmot/doc/sample_* ;;
     btree_file_fuzz) ls -d "$work"/made/btree_file/* "$fixtures"/damaged-btree/*.btree "$src"/tests/fuzz/seeds/btree_file/* ;;
     btree_ops_fuzz) ls -d "$work"/made/btree_ops/* ;;
+    btree_closure_fuzz) ls -d "$src"/tests/fuzz/seeds/btree_closure/* ;;
     cards_fuzz|sections_fuzz) ls -d "$src"/examples/sample/publish/*.htm "$src"/ut_brelmot/doc/publish/*.htm \
                              "$src"/tests/fuzz/seeds/cards/* ;;
     profile_fuzz) ls -d "$src"/tests/fuzz/seeds/profile/* ;;
