@@ -581,7 +581,6 @@ std::string safe_uts::read_open_text(int fd, off_t size, const char* name) {
   return raw;
 }
 
-
 // The long way for what `read_text` does not open itself: a folder, a
 // device, a name that cannot be opened, each with the report of `open_fd`.
 std::string safe_uts::read_text_slowly(const char* name) {
@@ -616,7 +615,12 @@ bool safe_uts::edit_text(const char* name, const std::function<void(std::string&
     struct stat st;
     if (fd >= 0 && os().fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_nlink == 1) {
       std::string text = read_open_text(fd, st.st_size, name);
-      edit(text);
+      try {
+        edit(text);
+      } catch (...) {  // a failure report on the way: the handle goes with it
+        os().close(fd);
+        throw;
+      }
       bool ok = pwrite_all(fd, text.data(), text.size(), 0) && os().truncate(fd, (off_t)text.size()) == 0;
       int e = errno;
       if (os().close(fd) != 0 && ok) {
